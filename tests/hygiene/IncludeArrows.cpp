@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// The tree's include arrows, checked over the sources themselves: which folder may use which.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Folder {
+  std::set<std::string> ours;      // folders of this tree that it may include
+  std::set<std::string> packages;  // first path component (or whole name) of package headers
+};
+
+// One row a folder, as docs/architecture.md draws the arrows. The standard library and the C
+// library are free for all.
+const std::map<std::string, Folder> sk_arrows = {
+    {"include", {{"include", "genapi/include"}, {}}},
+    {"genapi", {{"genapi", "genapi/include"}, {"pugixml.hpp", "zip.h"}}},
+    {"gentl", {{"gentl"}, {}}},
+    {"gigevision", {{"gigevision"}, {}}},
+    {"producer", {{"producer", "gentl", "gigevision"}, {}}},
+    {"simulator", {{"simulator", "gigevision", "gentl"}, {"zlib.h"}}},
+    {"primitives", {{"primitives"}, {"hwy"}}},
+    {"TavikLog", {{"TavikLog"}, {}}},
+    {"Orvex",
+     {{"Orvex", "include", "genapi/include", "gentl", "primitives", "TavikLog"},
+      {"boost", "nlohmann"}}},
+    {"tools",
+     {{"tools", "include", "genapi/include", "simulator"},
+      {"CLI", "fmt", "nlohmann", "png.h", "tiffio.h"}}},
+    {"examples", {{"examples", "include", "genapi/include"}, {}}},
+};
+
+// Only the command that runs virtual cameras may know the simulator.
+const std::regex sk_simulatorUsers("tools/(SimCommand|sim/).*");
+
+std::vector<fs::path> SourcesOf(const fs::path& folder) {
+  std::vector<fs::path> sources;
+  if (!fs::exists(folder)) return sources;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string extension = entry.path().extension();
+    if (extension == ".h" || extension == ".cpp" || extension == ".c") sources.push_back(entry);
+  }
+  return sources;
+}
+
+class IncludeArrows : public testing::TestWithParam<std::string> {
+ protected:
+  const fs::path m_root{ORVEX_SOURCE_DIR};
+
+  // The folder of this tree in which a name is found, as the build's include paths would find it;
+  // empty for packages.
+  std::string OwnFolder(const fs::path& includer, const std::string& name) const {
+    if (fs::exists(includer.parent_path() / name)) {
+      return Classify(fs::relative(includer.parent_path() / name, m_root));
+    }
+    if (fs::exists(m_root / name)) return Classify(name);
+    for (const char* root : {"include", "genapi/include"}) {
+      if (fs::exists(m_root / root / name)) return root;
+    }
+    return {};
+  }
+
+  static std::string Classify(const fs::path& relative) {
+    const std::string text = relative.lexically_normal().generic_string();
+    if (text.rfind("genapi/include/", 0) == 0) return "genapi/include";
+    return text.substr(0, text.find('/'));
+  }
+
+  // Headers of the compiler and the C library, which carry no first component of their own.
+  static bool IsSystem(const std::string& name) {
+    static const std::set<std::string> sk_roots = {"sys", "netinet", "arpa", "net", "linux"};
+    const size_t slash = name.find('/');
+    if (slash != std::string::npos) return sk_roots.count(name.substr(0, slash)) != 0;
+    return fs::exists("/usr/include/c++/12/" + name) || name.find('.') == std::string::npos ||
+           sk_cHeaders.count(name) != 0;
+  }
+
+  static inline const std::set<std::string> sk_cHeaders = {
+      "dlfcn.h",     "poll.h",   "pthread.h", "sched.h",   "signal.h",  "unistd.h",   "fcntl.h",
+      "netdb.h",     "stdint.h", "stddef.h",  "ifaddrs.h", "errno.h",   "string.h",   "stdlib.h",
+      "stdio.h",     "time.h",   "math.h",    "assert.h",  "stdbool.h", "inttypes.h", "immintrin.h",
+      "x86intrin.h", "cpuid.h",  "limits.h",  "malloc.h",  "syslog.h",  "termios.h",  "getopt.h"};
+};
+
+TEST_P(IncludeArrows, HoldInEverySource) {
+  const Folder& allowed = sk_arrows.at(GetParam());
+  const std::regex include(R"(^\s*#\s*include\s*[<"]([^>"]+)[>"])");
+  for (const fs::path& source : SourcesOf(m_root / GetParam())) {
+    const std::string relative = fs::relative(source, m_root).generic_string();
+    std::ifstream stream(source);
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number) {
+      std::smatch match;
+      if (!std::regex_search(line, match, include)) continue;
+      const std::string name = match[1];
+      const std::string own = OwnFolder(source, name);
+      const std::string where = relative + ":" + std::to_string(number) + " includes " + name;
+      if (own.empty()) {
+        const std::string package = name.substr(0, name.find('/'));
+        EXPECT_TRUE(IsSystem(name) || allowed.packages.count(package) != 0)
+            << where << ": no package that " << GetParam() << "/ may use";
+        continue;
+      }
+      EXPECT_TRUE(allowed.ours.count(own) != 0)
+          << where << ": " << GetParam() << "/ may not use " << own << "/";
+      if (GetParam() == "tools" && own == "simulator") {
+        EXPECT_TRUE(std::regex_match(relative, sk_simulatorUsers)) << where;
+      }
+    }
+  }
+}
+
+std::vector<std::string> Folders() {
+  std::vector<std::string> names;
+  for (const auto& [name, folder] : sk_arrows) names.push_back(name);
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, IncludeArrows, testing::ValuesIn(Folders()),
+                         [](const auto& info) { return info.param; });
+
+// Each file says under which licence it stands, and each header guards itself.
+TEST(SourceHeads, CarryLicenceAndGuard) {
+  const fs::path root{ORVEX_SOURCE_DIR};
+  for (const char* folder :
+       {"include", "genapi", "gentl", "gigevision", "producer", "simulator", "primitives",
+        "TavikLog", "Orvex", "tools", "examples", "tests", "bench", "fuzz"}) {
+    for (const fs::path& source : SourcesOf(root / folder)) {
+      std::ifstream stream(source);
+      const std::string text((std::istreambuf_iterator<char>(stream)), {});
+      EXPECT_NE(text.substr(0, 200).find("SPDX-License-Identifier: Apache-2.0"), std::string::npos)
+          << source;
+      if (source.extension() == ".h") {
+        // Kernels that the vector library includes once per instruction set guard themselves its
+        // way.
+        EXPECT_TRUE(text.find("#pragma once") != std::string::npos ||
+                    text.find("HWY_TARGET_TOGGLE") != std::string::npos)
+            << source;
+      }
+    }
+  }
+}
+
+}  // namespace
