@@ -1,0 +1,33 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// Everything an application needs to work with node maps.
+#include <GenApi/EnumClasses.h>
+#include <GenApi/GenApiVersion.h>
+#include <GenApi/IBase.h>
+#include <GenApi/IBoolean.h>
+#include <GenApi/ICategory.h>
+#include <GenApi/IChunkPort.h>
+#include <GenApi/ICommand.h>
+#include <GenApi/IDestroy.h>
+#include <GenApi/IDeviceInfo.h>
+#include <GenApi/IEnumEntry.h>
+#include <GenApi/IEnumeration.h>
+#include <GenApi/IFloat.h>
+#include <GenApi/IInteger.h>
+#include <GenApi/INode.h>
+#include <GenApi/INodeMap.h>
+#include <GenApi/IPort.h>
+#include <GenApi/IPortConstruct.h>
+#include <GenApi/IPortRecorder.h>
+#include <GenApi/IPortStacked.h>
+#include <GenApi/IRegister.h>
+#include <GenApi/ISelector.h>
+#include <GenApi/IString.h>
+#include <GenApi/IUserData.h>
+#include <GenApi/IValue.h>
+#include <GenApi/NodeCallback.h>
+#include <GenApi/NodeMapRef.h>
+#include <GenApi/Persistence.h>
+#include <GenApi/Pointer.h>
+#include <GenApi/SelectorSet.h>
+#include <GenApi/StructPort.h>
