@@ -18,8 +18,7 @@ class ChunkData : public IChunkData, public virtual Buffer {
  public:
   ChunkData();
   /// Takes over the node map; it is destroyed through its IDestroy.
-  ChunkData(TLDataStream* pStream, GenTL::BUFFER_HANDLE hBuffer,
-            GenApi::INodeMap* pChunkNodeMap);
+  ChunkData(TLDataStream* pStream, GenTL::BUFFER_HANDLE hBuffer, GenApi::INodeMap* pChunkNodeMap);
   /// A detached copy with data of its own and without node map: its chunks cannot be read.
   explicit ChunkData(ChunkData* pChunkData);
 

@@ -127,8 +127,10 @@ class PixelFormatContractSelection : public IPixelFormatContract {
   /// The shallow form. The caller owns the result; the buffer stays his.
   IImage* Shallow(IImage* pSrc);
 
-#define ORVEX_CONTRACT_SLOT(format) \
-  void Process##format(IImage* pSrc, Image* pDst) override { implNone(pSrc, pDst); }
+#define ORVEX_CONTRACT_SLOT(format)                          \
+  void Process##format(IImage* pSrc, Image* pDst) override { \
+    implNone(pSrc, pDst);                                    \
+  }
   ORVEX_CONTRACT_FORMATS(ORVEX_CONTRACT_SLOT)
 #undef ORVEX_CONTRACT_SLOT
 
@@ -152,8 +154,10 @@ class PixelFormatContractStandardImpl : public PixelFormatContractSelection {
  public:
   using PixelFormatContractSelection::PixelFormatContractSelection;
 
-#define ORVEX_CONTRACT_SLOT(format) \
-  void Process##format(IImage* pSrc, Image* pDst) override { StandardProcess(pSrc, pDst); }
+#define ORVEX_CONTRACT_SLOT(format)                          \
+  void Process##format(IImage* pSrc, Image* pDst) override { \
+    StandardProcess(pSrc, pDst);                             \
+  }
   ORVEX_CONTRACT_FORMATS(ORVEX_CONTRACT_SLOT)
 #undef ORVEX_CONTRACT_SLOT
 
