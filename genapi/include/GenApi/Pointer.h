@@ -32,19 +32,12 @@ class CPointer {
   T& operator()() const { return *Checked(); }
   T* operator->() const { return Checked(); }
   bool IsValid() const { return m_pT != nullptr; }
-  operator bool() const { return m_pT != nullptr; }
-
+  explicit operator bool() const { return m_pT != nullptr; }
+  // 0, NULL and nullptr are taken as null T*.
   bool operator==(T* pT) const { return m_pT == pT; }
   bool operator==(const CPointer& rT) const { return m_pT == rT.m_pT; }
-  bool operator==(std::nullptr_t) const { return m_pT == nullptr; }
-  // Comparison with 0 and NULL, which are an int and a long to the compiler.
-  bool operator==(int nMustBeNull) const { return IsNull(nMustBeNull); }
-  bool operator==(long nMustBeNull) const { return IsNull(nMustBeNull); }
   bool operator!=(T* pT) const { return m_pT != pT; }
   bool operator!=(const CPointer& rT) const { return m_pT != rT.m_pT; }
-  bool operator!=(std::nullptr_t) const { return m_pT != nullptr; }
-  bool operator!=(int nMustBeNull) const { return !IsNull(nMustBeNull); }
-  bool operator!=(long nMustBeNull) const { return !IsNull(nMustBeNull); }
 
  protected:
   T* m_pT = nullptr;
@@ -53,11 +46,6 @@ class CPointer {
   T* Checked() const {
     if (!m_pT) ThrowNull();
     return m_pT;
-  }
-  bool IsNull(long nMustBeNull) const {
-    if (nMustBeNull != 0)
-      throw LOGICAL_ERROR_EXCEPTION("A smart pointer was compared with a number other than 0");
-    return m_pT == nullptr;
   }
   [[noreturn]] static void ThrowNull() {
     throw LOGICAL_ERROR_EXCEPTION(
