@@ -1,0 +1,65 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// What the commands share on the command line. Each command is one file under commands/ with one
+// function, which adds a subcommand whose callback does the work; Program.cpp lists them.
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "tools/Report.h"
+#include "tools/Session.h"
+
+namespace OrvexTools {
+
+void AddListCommand(CLI::App& program, Output& output);
+void AddInfoCommand(CLI::App& program, Output& output);
+void AddFeaturesCommand(CLI::App& program, Output& output);
+void AddGetCommand(CLI::App& program, Output& output);
+void AddSetCommand(CLI::App& program, Output& output);
+void AddExecuteCommand(CLI::App& program, Output& output);
+void AddGrabCommand(CLI::App& program, Output& output);
+void AddStreamCommand(CLI::App& program, Output& output);
+void AddSimCommand(CLI::App& program, Output& output);
+
+inline constexpr const char* sk_deviceHelp =
+    "Serial number, user-defined name, IP or MAC address of the camera, or a part of one that fits "
+    "no other; may be left "
+    "out when there is one camera";
+
+// Options of every command that looks for a camera.
+struct Search {
+  std::string device;
+  unsigned waitMs = static_cast<unsigned>(sk_discoveryTime.count());
+
+  Milliseconds Wait() const { return Milliseconds(waitMs); }
+};
+
+// `--json`
+void AddJsonFlag(CLI::App& command, Output& output);
+
+// `--wait MS`
+void AddWaitOption(CLI::App& command, Search& search);
+
+// `DEVICE` and `--wait MS`
+void AddDeviceArgument(CLI::App& command, Search& search);
+
+// The module whose features a command works on: `--module camera|device|stream|interface|system`,
+// and DEVICE.
+struct FeaturePlace {
+  Search search;
+  std::string module = "camera";
+
+  bool IsCamera() const { return module == "camera"; }
+};
+void AddModuleOption(CLI::App& command, FeaturePlace& place);
+
+// The node map of that module, never null; throws Failure when the producer has none.
+GenApi::INodeMap& NodesOf(Library& library, Camera& camera, const FoundCamera& found,
+                          const std::string& module);
+
+// Splits "[DEVICE] NAMES..." into place.search.device and exactly `count` names. Throws Misuse when
+// the number of words is neither `count` nor one more.
+std::vector<std::string> SplitWords(const std::vector<std::string>& words, std::size_t count,
+                                    const char* pUsage, FeaturePlace& place);
+
+}  // namespace OrvexTools

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Program.h"
+
+#include <Orvex.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <iostream>
+
+#include "tools/Command.h"
+#include "tools/Failure.h"
+
+namespace OrvexTools {
+namespace {
+
+constexpr auto sk_addCommands = {
+    &AddListCommand,    &AddInfoCommand, &AddFeaturesCommand, &AddGetCommand, &AddSetCommand,
+    &AddExecuteCommand, &AddGrabCommand, &AddStreamCommand,   &AddSimCommand,
+};
+
+bool IsNegativeNumber(const std::string& text) {
+  return text.size() > 1 && text[0] == '-' &&
+         (std::isdigit(static_cast<unsigned char>(text[1])) || text[1] == '.');
+}
+
+// `orvex set Gain -3` means a value, although it looks like an option; after "--" it is taken as a
+// word.
+void ShieldNegativeValue(std::vector<std::string>& arguments) {
+  const auto end = arguments.end();
+  if (std::find(arguments.begin(), end, "set") == end ||
+      std::find(arguments.begin(), end, "--") != end)
+    return;
+  const auto value = std::find_if(arguments.begin(), end, &IsNegativeNumber);
+  if (value == end) return;
+  const std::string text = *value;
+  arguments.erase(value);
+  arguments.insert(arguments.end(), {"--", text});
+}
+
+std::string UsageLine(const CLI::App& program, const CLI::ParseError& error) {
+  std::string line = error.what();
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  std::string help = "orvex";
+  for (const CLI::App* pCommand : program.get_subcommands()) help += " " + pCommand->get_name();
+  return fmt::format("{}; see `{} --help`", line, help);
+}
+
+}  // namespace
+
+int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
+  Output output{out, err, false, &out == &std::cout && ::isatty(STDOUT_FILENO) == 1};
+  CLI::App program{"Finds, shows, sets and streams machine-vision cameras", "orvex"};
+  program.require_subcommand(1);
+  program.set_version_flag("--version", [] { return std::string(Orvex::GetVersion().c_str()); });
+  for (const auto addCommand : sk_addCommands) addCommand(program, output);
+
+  ShieldNegativeValue(arguments);
+  std::reverse(arguments.begin(), arguments.end());  // the parser takes words from the back
+  try {
+    program.parse(arguments);
+    out.flush();
+    return sk_exitOk;
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+      return program.exit(error, out, err);
+    err << "orvex: " << UsageLine(program, error) << '\n';
+    return sk_exitMisuse;
+  } catch (const Misuse& error) {
+    err << "orvex: " << error.what() << '\n';
+    return sk_exitMisuse;
+  } catch (...) {
+    out.flush();
+    err << "orvex: " << PlainLine(std::current_exception()) << '\n';
+    return sk_exitFailure;
+  }
+}
+
+}  // namespace OrvexTools

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Stop.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+
+namespace OrvexTools {
+namespace {
+
+constexpr std::array<int, 4> sk_signals{SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
+std::atomic<bool> g_stopRequested{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
+std::array<int, 2> g_wakePipe{-1, -1};
+
+extern "C" void OnStopSignal(int signalNumber) {
+  if (g_stopRequested && signalNumber == SIGINT) ::_exit(128 + SIGINT);
+  g_stopRequested = true;
+  const int error = errno;
+  const char byte = 0;
+  [[maybe_unused]] const ssize_t written = ::write(g_wakePipe[1], &byte, 1);
+  errno = error;
+}
+
+}  // namespace
+
+void InstallStopHandlers() {
+  if (g_wakePipe[0] >= 0) return;
+  if (::pipe2(g_wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
+  struct sigaction action = {};
+  action.sa_handler = &OnStopSignal;
+  // Waits inside the library go on; the loops notice the flag between two waits.
+  action.sa_flags = SA_RESTART;
+  ::sigemptyset(&action.sa_mask);
+  for (const int signalNumber : sk_signals) ::sigaction(signalNumber, &action, nullptr);
+}
+
+bool StopRequested() noexcept {
+  return g_stopRequested;
+}
+
+void WaitForStop() {
+  pollfd wake{g_wakePipe[0], POLLIN, 0};
+  while (!StopRequested()) ::poll(&wake, 1, -1);
+}
+
+}  // namespace OrvexTools

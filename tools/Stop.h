@@ -1,0 +1,18 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// The wish to stop: Ctrl-C, a termination request, a closed terminal or a closed pipe set one flag
+// that every loop of a command looks at, so that the camera is released before the program ends. A
+// second Ctrl-C ends it at once.
+
+namespace OrvexTools {
+
+// Installs the handlers for the life of the process. Call once, before threads are started.
+void InstallStopHandlers();
+
+// True once a stop was asked for. Any thread.
+bool StopRequested() noexcept;
+
+// Waits until a stop was asked for; returns without waiting when it already was.
+void WaitForStop();
+
+}  // namespace OrvexTools

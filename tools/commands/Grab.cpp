@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+// `orvex grab [DEVICE]`: takes frames one by one and saves them.
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "tools/Command.h"
+#include "tools/Failure.h"
+#include "tools/Images.h"
+
+namespace OrvexTools {
+namespace {
+
+struct Options {
+  Search search;
+  std::uint64_t count = 1;
+  std::string file;
+  std::string format;
+  double patienceSeconds = 5;
+};
+
+constexpr Field sk_columns[] = {
+    {"frame_id", "FRAME"}, {"width", "WIDTH"}, {"height", "HEIGHT"},     {"pixel_format", "FORMAT"},
+    {"bytes", "BYTES"},    {"file", "FILE"},   {"saved_as", "SAVED AS"},
+};
+
+void RunGrab(const Options& options, const Output& output) {
+  if (!options.file.empty()) KindOf(options.file);
+  Library library;
+  Camera camera(library, library.Find(options.search.device, options.search.Wait()),
+                Access::Control);
+  std::optional<Setting> format;
+  if (!options.format.empty()) format.emplace(camera, "PixelFormat", options.format);
+  const Setting mode(camera, "AcquisitionMode", "Continuous");
+  const Milliseconds patience(static_cast<std::int64_t>(options.patienceSeconds * 1000));
+
+  Record rows = Record::array();
+  std::uint64_t skipped = 0;
+  Stream stream(camera);
+  while (rows.size() < options.count) {
+    const Frame frame = NextFrame(camera, stream, patience);
+    if (!frame)
+      throw Failure(fmt::format("interrupted after {} of {} frames", rows.size(), options.count));
+    Orvex::IImage* pImage = frame->AsImage();
+    if (pImage == nullptr || frame->IsIncomplete()) {
+      // A bad network delivers nothing else; then it is better to say so than to go on for ever.
+      if (++skipped > 20 + options.count) {
+        throw Failure(fmt::format(
+            "{} frames were incomplete or held no image; see `orvex stream` for what is lost",
+            skipped));
+      }
+      continue;
+    }
+    Record row = DescribeImage(*pImage);
+    row["camera"] = camera.Facts().serial;
+    row["model"] = camera.Facts().model;
+    if (!options.file.empty()) {
+      const auto name = NumberedName(options.file, rows.size(), options.count);
+      const Record facts = row;
+      row["file"] = name.string();
+      row["saved_as"] = SaveImage(name, *pImage, facts);
+    }
+    rows.push_back(std::move(row));
+  }
+  stream.Stop();
+  PrintTable(output, rows, sk_columns, "");
+  if (skipped > 0) output.err << fmt::format("orvex: skipped {} incomplete frames\n", skipped);
+}
+
+}  // namespace
+
+void AddGrabCommand(CLI::App& program, Output& output) {
+  auto pOptions = std::make_shared<Options>();
+  CLI::App* pCommand = program.add_subcommand("grab", "Take frames and save them as pictures");
+  AddJsonFlag(*pCommand, output);
+  AddDeviceArgument(*pCommand, pOptions->search);
+  pCommand->add_option("-n,--count", pOptions->count, "How many frames")
+      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1'000'000}))
+      ->capture_default_str();
+  pCommand->add_option("-o,--output", pOptions->file,
+                       "Where to save: FILE.png, FILE.tiff or FILE.raw (with FILE.raw.json beside "
+                       "it); several frames are "
+                       "numbered");
+  pCommand->add_option("--format", pOptions->format,
+                       "Pixel format that the camera is to send; it gets its own back after");
+  pCommand->add_option("--timeout", pOptions->patienceSeconds, "Seconds to wait for a frame")
+      ->check(CLI::Range(0.1, 86'400.0))
+      ->capture_default_str();
+  pCommand->callback([pOptions, &output] { RunGrab(*pOptions, output); });
+}
+
+}  // namespace OrvexTools

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+// `orvex stream [DEVICE]`: streams without looking at the pixels and tells how well it goes.
+#include <fmt/format.h>
+
+#include <array>
+#include <charconv>
+#include <optional>
+#include <ostream>
+
+#include "tools/Command.h"
+#include "tools/Failure.h"
+#include "tools/Nodes.h"
+#include "tools/RateMeter.h"
+#include "tools/Stop.h"
+
+namespace OrvexTools {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds sk_lineTime{1};
+
+struct Options {
+  Search search;
+  double seconds = 0;
+  std::uint64_t frames = 0;
+  std::size_t buffers = 0;
+  std::string format;
+  double patienceSeconds = 5;
+};
+
+// A counter that a producer may keep in its stream module, by the names under which it is known.
+struct StreamCounter {
+  const char* key;
+  std::array<const char*, 3> features;
+};
+constexpr StreamCounter sk_counters[] = {
+    {"resent_packets",
+     {"StreamResentPacketCount", "GevStreamResentPacketCount", "StreamResendPacketCount"}},
+    {"lost_packets",
+     {"StreamLostPacketCount", "GevStreamLostPacketCount", "StreamMissingPacketCount"}},
+    {"resend_requests",
+     {"StreamResendRequestCount", "GevStreamResendRequestCount", "StreamResendCommandCount"}},
+    {"lost_frames", {"StreamLostFrameCount", nullptr, nullptr}},
+    {"engine", {"StreamEngine", "StreamReceiveEngine", "StreamReceiver"}},
+};
+
+constexpr Field sk_fields[] = {
+    {"camera", "Camera"},
+    {"seconds", "Time", "s"},
+    {"frames", "Frames"},
+    {"frames_per_second", "Rate", "frames/s"},
+    {"megabytes_per_second", "Data rate", "MB/s"},
+    {"incomplete_frames", "Incomplete frames"},
+    {"missing_frames", "Missing frames"},
+    {"lost_frames", "Frames without a buffer"},
+    {"resent_packets", "Resent packets"},
+    {"lost_packets", "Lost packets"},
+    {"engine", "Receive engine"},
+};
+
+// What the stream module counts, as far as the producer does.
+void ReadCounters(GenApi::INodeMap* pNodes, Record& record) {
+  for (const StreamCounter& counter : sk_counters) {
+    for (const char* pFeature : counter.features) {
+      const std::optional<std::string> text =
+          pFeature != nullptr ? TryRead(pNodes, pFeature) : std::nullopt;
+      if (!text) continue;
+      std::int64_t number = 0;
+      const auto [pEnd, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+      const bool isNumber = error == std::errc() && pEnd == text->data() + text->size();
+      record[counter.key] = isNumber ? Record(number) : Record(*text);
+      break;
+    }
+  }
+}
+
+Record Summary(const Camera& camera, const RateMeter& meter) {
+  const Rates total = meter.Total();
+  Record record;
+  record["camera"] = camera.Facts().serial;
+  record["ip"] = camera.Facts().ip;
+  record["seconds"] = total.seconds;
+  record["frames"] = meter.Frames();
+  record["bytes"] = meter.Bytes();
+  record["frames_per_second"] = total.framesPerSecond;
+  record["megabytes_per_second"] = total.megabytesPerSecond;
+  record["incomplete_frames"] = meter.Incomplete();
+  record["missing_frames"] = meter.Missing();
+  return record;
+}
+
+// The line that a terminal shows in place and a file gets once a second.
+void PrintLiveLine(Camera& camera, RateMeter& meter, const Output& output) {
+  const Rates rates = meter.TakeInterval(Clock::now());
+  Record counters;
+  ReadCounters(camera.Device().GetTLStreamNodeMap(), counters);
+  std::string line = fmt::format("{:8.1f} frames/s {:8.1f} MB/s {:8} frames {:5} incomplete",
+                                 rates.framesPerSecond, rates.megabytesPerSecond, meter.Frames(),
+                                 meter.Incomplete());
+  if (counters.contains("resent_packets"))
+    line += fmt::format(" {:6} resent", ValueText(counters["resent_packets"]));
+  if (output.terminal) {
+    output.out << '\r' << line << "\x1b[K" << std::flush;
+  } else {
+    output.out << line << std::endl;
+  }
+}
+
+void RunStream(const Options& options, const Output& output) {
+  Library library;
+  Camera camera(library, library.Find(options.search.device, options.search.Wait()),
+                Access::Control);
+  std::optional<Setting> format;
+  if (!options.format.empty()) format.emplace(camera, "PixelFormat", options.format);
+  const Setting mode(camera, "AcquisitionMode", "Continuous");
+  const Milliseconds patience(static_cast<std::int64_t>(options.patienceSeconds * 1000));
+
+  RateMeter meter;
+  Record counters;
+  std::optional<Failure> lost;
+  {
+    Stream stream(camera, options.buffers);
+    const auto begin = Clock::now();
+    auto nextLine = begin + sk_lineTime;
+    try {
+      while (!StopRequested() && (options.frames == 0 || meter.Frames() < options.frames)) {
+        const Frame frame = NextFrame(camera, stream, patience);
+        const auto now = Clock::now();
+        if (frame)
+          meter.AddFrame(now, frame->GetSizeFilled(), frame->GetFrameId(), frame->IsIncomplete());
+        if (options.seconds > 0 &&
+            std::chrono::duration<double>(now - begin).count() >= options.seconds)
+          break;
+        if (now < nextLine || output.json) continue;
+        PrintLiveLine(camera, meter, output);
+        nextLine = now + sk_lineTime;
+      }
+      ReadCounters(camera.Device().GetTLStreamNodeMap(), counters);
+    } catch (const Failure& failure) {
+      lost = failure;
+    }
+    if (!lost) stream.Stop();
+  }
+  if (output.terminal && !output.json) output.out << "\r\x1b[K";
+  if (lost) throw Failure(fmt::format("{} (after {} frames)", lost->what(), meter.Frames()));
+  Record summary = Summary(camera, meter);
+  summary.update(counters);
+  PrintRecord(output, summary, sk_fields);
+}
+
+}  // namespace
+
+void AddStreamCommand(CLI::App& program, Output& output) {
+  auto pOptions = std::make_shared<Options>();
+  CLI::App* pCommand =
+      program.add_subcommand("stream", "Stream and show rates and losses until Ctrl-C");
+  AddJsonFlag(*pCommand, output);
+  AddDeviceArgument(*pCommand, pOptions->search);
+  pCommand->add_option("--seconds", pOptions->seconds, "Stop after so many seconds")
+      ->check(CLI::Range(0.1, 1e7));
+  pCommand->add_option("--frames", pOptions->frames, "Stop after so many frames")
+      ->check(CLI::PositiveNumber);
+  pCommand
+      ->add_option("--buffers", pOptions->buffers,
+                   "Buffers to use; chosen from the camera's data rate if not given")
+      ->check(CLI::Range(std::size_t{1}, std::size_t{100'000}));
+  pCommand->add_option("--format", pOptions->format,
+                       "Pixel format that the camera is to send; it gets its own back after");
+  pCommand
+      ->add_option("--timeout", pOptions->patienceSeconds,
+                   "Seconds without a frame after which to give up")
+      ->check(CLI::Range(0.1, 86'400.0))
+      ->capture_default_str();
+  pCommand->callback([pOptions, &output] { RunStream(*pOptions, output); });
+}
+
+}  // namespace OrvexTools
