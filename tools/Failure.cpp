@@ -89,12 +89,11 @@ std::string_view TakePlace(std::string_view& text) {
   }
   const auto open = text.rfind(" (");
   if (open == std::string_view::npos || !text.ends_with(")")) return {};
-  // Only a place looks like "(Unit, Function)": words of a name, a comma, a name.
+  // Only a place looks like "(Unit, Function)": two words without blanks.
   const std::string_view inside = text.substr(open + 2, text.size() - open - 3);
   const auto comma = inside.find(", ");
   const bool isPlace = comma != std::string_view::npos && comma > 0 &&
-                       inside.find(' ') == comma + 1 &&
-                       inside.find(',', comma + 1) == std::string_view::npos;
+                       inside.find(' ') == comma + 1 && inside.rfind(' ') == comma + 1;
   if (isPlace) text = text.substr(0, open);
   return {};
 }
