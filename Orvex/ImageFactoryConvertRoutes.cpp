@@ -50,6 +50,19 @@ uint8_t* Demosaic(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid
         job.Check(ippiCFAToRGB_16u_C1C3R(pMosaic, region, job.size, step, pOut, 3 * step, grid, 0));
       }
       return pRgb;
+    case AdaptiveHomogeneityDirected: {
+      const int tmpStep = (width + 6) * int(sizeof(T));
+      const auto tmp = AllocateBytes(size_t(tmpStep) * 30);
+      T* pTmp = reinterpret_cast<T*>(tmp.get());
+      if constexpr (sizeof(T) == 1) {
+        job.Check(ippiDemosaicAHD_8u_C1C3R(pMosaic, region, job.size, step, pOut, 3 * step, grid,
+                                           pTmp, tmpStep));
+      } else {
+        job.Check(ippiDemosaicAHD_16u_C1C3R(pMosaic, region, job.size, step, pOut, 3 * step, grid,
+                                            pTmp, tmpStep));
+      }
+      return pRgb;
+    }
     default:
       ThrowConversionError(job.kernel, "Conversion error, unknown algorithm");
   }

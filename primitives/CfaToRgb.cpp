@@ -20,10 +20,10 @@ class CfaWorker {
   using D = hn::ScalableTag<L>;
 
  public:
-  // Converts the lines [first, last) of the region.
-  static void Run(const MosaicJob<T>& job, int first, int last) {
+  // Converts the lines [first, last) of the region. False when memory is short.
+  static bool Run(const MosaicJob<T>& job, int first, int last) {
     CfaWorker worker(job);
-    if (!worker.m_ready) return;
+    if (!worker.m_ready) return false;
     for (int y = first - 3; y < first + 2; ++y) worker.Load(y);
     worker.Green(first - 1);
     worker.Load(first + 2);
@@ -33,6 +33,7 @@ class CfaWorker {
       worker.Green(y + 1);
       worker.Output(y);
     }
+    return true;
   }
 
  private:
@@ -119,17 +120,19 @@ class CfaWorker {
   bool m_ready = false;
 };
 
-void Cfa8(const MosaicJob<uint8_t>& job, int first, int last) {
-  CfaWorker<uint8_t>::Run(job, first, last);
+bool Cfa8(const MosaicJob<uint8_t>& job, int first, int last) {
+  return CfaWorker<uint8_t>::Run(job, first, last);
 }
-void Cfa16(const MosaicJob<uint16_t>& job, int first, int last) {
-  CfaWorker<uint16_t>::Run(job, first, last);
+bool Cfa16(const MosaicJob<uint16_t>& job, int first, int last) {
+  return CfaWorker<uint16_t>::Run(job, first, last);
 }
 
 }  // namespace Orvex::Primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE && !defined(ORVEX_WITH_IPP)
+
+#include <atomic>
 
 namespace Orvex::Primitives {
 HWY_EXPORT(Cfa8);
@@ -144,10 +147,14 @@ IppStatus CfaToRgb(const T* src, IppiRect region, IppiSize size, int srcStep, T*
   if (const IppStatus status = MakeMosaicJob(src, region, size, srcStep, dst, dstStep, grid, &job))
     return status;
   if (interpolation != 0) return ippStsBadArgErr;
+  std::atomic<bool> done{true};
   SplitRows(
       size_t(region.height), size_t(region.height) * size_t(region.width) * 4 * sizeof(T),
-      [&](size_t first, size_t last) { kernel(job, int(first), int(last)); }, 16);
-  return ippStsNoErr;
+      [&](size_t first, size_t last) {
+        if (!kernel(job, int(first), int(last))) done = false;
+      },
+      16);
+  return done ? ippStsNoErr : ippStsMemAllocErr;
 }
 
 }  // namespace

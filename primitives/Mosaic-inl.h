@@ -59,10 +59,10 @@ HWY_INLINE void LoadMosaicLine(const MosaicJob<T>& job, int y, int margin, L* HW
   int x = 0;
   for (; x + n <= width; x += n)
     hn::StoreU(hn::PromoteTo(d, hn::LoadU(dSample, row + first + x)), d, line + x);
-  for (; x < width; ++x) line[x] = row[first + x];
+  for (; x < width; ++x) line[x] = SampleAt(row, first + x);
   for (int i = 1; i <= margin; ++i) {
-    line[-i] = row[Mirror(first - i, job.srcSize.width)];
-    line[width - 1 + i] = row[Mirror(first + width - 1 + i, job.srcSize.width)];
+    line[-i] = SampleAt(row, Mirror(first - i, job.srcSize.width));
+    line[width - 1 + i] = SampleAt(row, Mirror(first + width - 1 + i, job.srcSize.width));
   }
 }
 

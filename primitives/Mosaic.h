@@ -3,9 +3,9 @@
 // One demosaicing call, as its kernels see it: where the mosaic and the picture lie, and where red
 // stands.
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "primitives/Ipp.h"
 #include "primitives/IppCheck.h"
@@ -39,6 +39,14 @@ constexpr int Mirror(int i, int size) {
   i = i < 0 ? -i : i;
   i %= period;
   return i < size ? i : period - i;
+}
+
+// Sample i of a line that may have any alignment.
+template <class T>
+T SampleAt(const T* line, int i) {
+  T sample;
+  std::memcpy(&sample, line + i, sizeof(T));
+  return sample;
 }
 
 // Checks the arguments that both demosaicing functions share and describes the job.

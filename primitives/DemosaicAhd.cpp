@@ -1,0 +1,430 @@
+// SPDX-License-Identifier: Apache-2.0
+// Adaptive homogeneity-directed demosaicing after K. Hirakawa and T. W. Parks, IEEE Transactions on
+// Image Processing 14(3), 2005: the picture is interpolated once along lines and once along
+// columns; each pixel is taken from the one that is more homogeneous around it, as CIELab sees it;
+// medians of the colour differences then remove what is left of false colour. Lines stream through
+// the stages, each of which runs a line or more behind the one before it.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "primitives/DemosaicAhd.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "primitives/Mosaic-inl.h"
+#include "primitives/RowThreads.h"
+#include "primitives/Scratch.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvex::Primitives::HWY_NAMESPACE {
+
+// How often the medians are applied.
+constexpr int sk_medianPasses = 2;
+
+template <class T>
+class AhdWorker {
+  using L = LaneOf<T>;
+  using D = hn::ScalableTag<L>;
+  using DF = hn::ScalableTag<float>;
+  static constexpr int sk_p = sk_medianPasses;
+
+ public:
+  // Converts the lines [first, last) of the region. False when memory is short.
+  static bool Run(const MosaicJob<T>& job, int first, int last) {
+    AhdWorker worker(job);
+    if (!worker.m_ready) return false;
+    // A stage's first line is as far above `first` as later stages look up.
+    for (int t = first - sk_p - 5; t < last + sk_p + 5; ++t) {
+      LoadMosaicLine(job, t, sk_p + 5, worker.m_raw[t]);
+      if (t - 2 >= first - sk_p - 3) worker.Green(t - 2);
+      if (t - 3 >= first - sk_p - 2) worker.Colours(t - 3);
+      if (t - 4 >= first - sk_p - 1) worker.Homogeneity(t - 4);
+      if (t - 5 >= first - sk_p) worker.Select(t - 5);
+      for (int pass = 1; pass <= sk_p; ++pass) {
+        if (t - 5 - pass >= first - sk_p + pass) worker.Medians(pass, t - 5 - pass);
+      }
+      const int y = t - 5 - sk_p;
+      if (y >= first && y < last) worker.Output(y);
+    }
+    return true;
+  }
+
+ private:
+  using Lines = LineRing<L, 4>;
+  using FloatLines = LineRing<float, 4>;
+
+  // A direction's green, measured colour minus green, both other colours, and the pixels in CIELab.
+  struct Direction {
+    Lines green, difference, own, other;
+    FloatLines light, a, b;
+  };
+  struct Rgb {
+    Lines own, green, other;  // "own" is the colour that the line measures
+  };
+
+  explicit AhdWorker(const MosaicJob<T>& job) : m_job(job) {
+    const int w = job.region.width;
+    const size_t bytes = decltype(m_raw)::Bytes(w) + (8 + 1 + 3 * (sk_p + 1)) * Lines::Bytes(w) +
+                         6 * FloatLines::Bytes(w);
+    uint8_t* at = ThreadScratch(bytes);
+    m_ready = at != nullptr;
+    if (!m_ready) return;
+    at = m_raw.Place(at, w);
+    for (Direction* direction : {&m_h, &m_v}) {
+      for (Lines* lines :
+           {&direction->green, &direction->difference, &direction->own, &direction->other})
+        at = lines->Place(at, w);
+      for (FloatLines* lines : {&direction->light, &direction->a, &direction->b})
+        at = lines->Place(at, w);
+    }
+    at = m_preference.Place(at, w);
+    for (Rgb& rgb : m_rgb) {
+      for (Lines* lines : {&rgb.own, &rgb.green, &rgb.other}) at = lines->Place(at, w);
+    }
+  }
+
+  HWY_INLINE static auto At(const L* line, int x) { return hn::LoadU(D(), line + x); }
+  HWY_INLINE static auto AtF(const float* line, int x) { return hn::LoadU(DF(), line + x); }
+
+  template <class V>
+  HWY_INLINE static V Clamped(V v) {
+    const D d;
+    return hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, hwy::HighestValue<T>()));
+  }
+
+  void Green(int y) {
+    if (ColourInEvenLanes(m_job, y))
+      GreenOf<true>(y);
+    else
+      GreenOf<false>(y);
+  }
+
+  // Green by the five-point filter (-1 2 2 2 -1) / 4 along the line and along the column.
+  template <bool ColourIsEven>
+  HWY_INLINE void GreenOf(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const auto two = hn::Set(d, 2);
+    const L *row = m_raw[y], *up1 = m_raw[y - 1], *up2 = m_raw[y - 2], *down1 = m_raw[y + 1],
+            *down2 = m_raw[y + 2];
+    L *greenH = m_h.green[y], *differenceH = m_h.difference[y];
+    L *greenV = m_v.green[y], *differenceV = m_v.difference[y];
+    for (int x = -((sk_p + 4) & ~1); x < w + sk_p + 3; x += n) {
+      const auto c = At(row, x), c2 = hn::Add(c, c);
+      const auto h = hn::Add(hn::ShiftLeft<1>(hn::Add(At(row, x - 1), At(row, x + 1))),
+                             hn::Sub(c2, hn::Add(At(row, x - 2), At(row, x + 2))));
+      const auto v = hn::Add(hn::ShiftLeft<1>(hn::Add(At(up1, x), At(down1, x))),
+                             hn::Sub(c2, hn::Add(At(up2, x), At(down2, x))));
+      const auto gh = Clamped(hn::ShiftRight<2>(hn::Add(h, two))),
+                 gv = Clamped(hn::ShiftRight<2>(hn::Add(v, two)));
+      const auto fullH = ColourIsEven ? hn::OddEven(c, gh) : hn::OddEven(gh, c);
+      const auto fullV = ColourIsEven ? hn::OddEven(c, gv) : hn::OddEven(gv, c);
+      hn::StoreU(fullH, d, greenH + x);
+      hn::StoreU(hn::Sub(c, fullH), d, differenceH + x);
+      hn::StoreU(fullV, d, greenV + x);
+      hn::StoreU(hn::Sub(c, fullV), d, differenceV + x);
+    }
+  }
+
+  void Colours(int y) {
+    for (Direction* direction : {&m_h, &m_v}) {
+      ColoursOf(*direction, y);
+      ToLab(*direction, y);
+    }
+  }
+
+  // Red and blue by their mean difference to green; the difference lines are zero where green is
+  // measured.
+  HWY_INLINE void ColoursOf(Direction& direction, int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const auto one = hn::Set(d, 1), two = hn::Set(d, 2);
+    const L *green = direction.green[y], *mid = direction.difference[y];
+    const L *up = direction.difference[y - 1], *down = direction.difference[y + 1];
+    L *own = direction.own[y], *other = direction.other[y];
+    for (int x = -sk_p - 2; x < w + sk_p + 2; x += n) {
+      const auto g = At(green, x);
+      const auto own2 =
+          hn::Add(hn::Add(At(mid, x - 1), At(mid, x + 1)), hn::ShiftLeft<1>(At(mid, x)));
+      const auto other4 = hn::Add(
+          hn::Add(hn::Add(At(up, x - 1), At(up, x + 1)), hn::Add(At(down, x - 1), At(down, x + 1))),
+          hn::ShiftLeft<1>(hn::Add(At(up, x), At(down, x))));
+      hn::StoreU(Clamped(hn::Add(g, hn::ShiftRight<1>(hn::Add(own2, one)))), d, own + x);
+      hn::StoreU(Clamped(hn::Add(g, hn::ShiftRight<2>(hn::Add(other4, two)))), d, other + x);
+    }
+  }
+
+  HWY_INLINE static auto ToFloat(const int16_t* p) {
+    const hn::Rebind<int32_t, DF> dInt;
+    return hn::ConvertTo(DF(), hn::PromoteTo(dInt, hn::LoadU(hn::Rebind<int16_t, DF>(), p)));
+  }
+  HWY_INLINE static auto ToFloat(const int32_t* p) {
+    return hn::ConvertTo(DF(), hn::LoadU(hn::Rebind<int32_t, DF>(), p));
+  }
+
+  // The cube root, or the line that CIELab puts in its place near zero. One step of Halley's method
+  // from a guess that divides the exponent by three; no fused operations, so that every instruction
+  // set rounds alike.
+  template <class V>
+  HWY_INLINE static V LabRoot(V t) {
+    const DF d;
+    const hn::Rebind<int32_t, DF> dInt;
+    const auto third = hn::Mul(hn::ConvertTo(d, hn::BitCast(dInt, t)), hn::Set(d, 1.0f / 3.0f));
+    const V y = hn::BitCast(d, hn::Add(hn::ConvertTo(dInt, third), hn::Set(dInt, 0x2A5137A0)));
+    const V y3 = hn::Mul(hn::Mul(y, y), y);
+    const V root = hn::Mul(y, hn::Div(hn::Add(y3, hn::Add(t, t)), hn::Add(hn::Add(y3, y3), t)));
+    const V line = hn::Add(hn::Mul(t, hn::Set(d, 7.787f)), hn::Set(d, 16.0f / 116.0f));
+    return hn::IfThenElse(hn::Gt(t, hn::Set(d, 0.008856f)), root, line);
+  }
+
+  void ToLab(Direction& direction, int y) {
+    const DF d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const bool redLine = IsRedLine(m_job, y);
+    const L *r = redLine ? direction.own[y] : direction.other[y],
+            *b = redLine ? direction.other[y] : direction.own[y];
+    const L* g = direction.green[y];
+    float *light = direction.light[y], *aOut = direction.a[y], *bOut = direction.b[y];
+    // Linear RGB to XYZ over the white point D65, and full scale to 1.
+    const float unit = 1.0f / float(hwy::HighestValue<T>());
+    const auto row = [&](float kr, float kg, float kb, auto vr, auto vg, auto vb) HWY_ATTR {
+      return hn::Add(
+          hn::Add(hn::Mul(vr, hn::Set(d, kr * unit)), hn::Mul(vg, hn::Set(d, kg * unit))),
+          hn::Mul(vb, hn::Set(d, kb * unit)));
+    };
+    for (int x = -sk_p - 2; x < w + sk_p + 2; x += n) {
+      const auto vr = ToFloat(r + x), vg = ToFloat(g + x), vb = ToFloat(b + x);
+      const auto fx = LabRoot(row(0.43391f, 0.37622f, 0.18986f, vr, vg, vb));
+      const auto fy = LabRoot(row(0.21267f, 0.71516f, 0.07217f, vr, vg, vb));
+      const auto fz = LabRoot(row(0.01775f, 0.10945f, 0.87278f, vr, vg, vb));
+      hn::StoreU(hn::Mul(fy, hn::Set(d, 116.0f)), d, light + x);
+      hn::StoreU(hn::Mul(hn::Sub(fx, fy), hn::Set(d, 500.0f)), d, aOut + x);
+      hn::StoreU(hn::Mul(hn::Sub(fy, fz), hn::Set(d, 200.0f)), d, bOut + x);
+    }
+  }
+
+  // How many more of the four neighbours are alike in the lines' picture than in the columns' one.
+  // Alike is what differs no more than neighbours along the direction of interpolation do, in the
+  // picture where they differ less.
+  void Homogeneity(int y) {
+    const DF d;
+    const hn::Rebind<int32_t, DF> dInt;
+    const hn::Rebind<L, DF> dOut;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    L* out = m_preference[y];
+    for (int x = -sk_p - 1; x < w + sk_p + 1; x += n) {
+      // Left, right, up, down.
+      decltype(hn::Zero(d)) lightH[4], colourH[4], lightV[4], colourV[4];
+      Differences(m_h, y, x, lightH, colourH);
+      Differences(m_v, y, x, lightV, colourV);
+      const auto limitLight = hn::Min(hn::Max(lightH[0], lightH[1]), hn::Max(lightV[2], lightV[3]));
+      const auto limitColour =
+          hn::Min(hn::Max(colourH[0], colourH[1]), hn::Max(colourV[2], colourV[3]));
+      auto count = hn::Zero(d);
+      const auto one = hn::Set(d, 1.0f);
+      for (int k = 0; k < 4; ++k) {
+        const auto alikeH = hn::And(hn::Le(lightH[k], limitLight), hn::Le(colourH[k], limitColour));
+        const auto alikeV = hn::And(hn::Le(lightV[k], limitLight), hn::Le(colourV[k], limitColour));
+        count = hn::Add(count, hn::IfThenElseZero(alikeH, one));
+        count = hn::Sub(count, hn::IfThenElseZero(alikeV, one));
+      }
+      const auto lanes = hn::ConvertTo(dInt, count);
+      if constexpr (sizeof(L) == 2)
+        hn::StoreU(hn::DemoteTo(dOut, lanes), dOut, out + x);
+      else
+        hn::StoreU(lanes, dOut, out + x);
+    }
+  }
+
+  template <class V>
+  HWY_INLINE static void Differences(const Direction& direction, int y, int x, V* light,
+                                     V* colour) {
+    const float* lights[3] = {direction.light[y - 1], direction.light[y], direction.light[y + 1]};
+    const float* as[3] = {direction.a[y - 1], direction.a[y], direction.a[y + 1]};
+    const float* bs[3] = {direction.b[y - 1], direction.b[y], direction.b[y + 1]};
+    const V l0 = AtF(lights[1], x), a0 = AtF(as[1], x), b0 = AtF(bs[1], x);
+    constexpr int sk_line[] = {1, 1, 0, 2}, sk_column[] = {-1, 1, 0, 0};
+    for (int k = 0; k < 4; ++k) {
+      const int line = sk_line[k], column = x + sk_column[k];
+      const V da = hn::Sub(a0, AtF(as[line], column)), db = hn::Sub(b0, AtF(bs[line], column));
+      light[k] = hn::Abs(hn::Sub(l0, AtF(lights[line], column)));
+      colour[k] = hn::Add(hn::Mul(da, da), hn::Mul(db, db));
+    }
+  }
+
+  void Select(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const L *up = m_preference[y - 1], *mid = m_preference[y], *down = m_preference[y + 1];
+    const L* fromH[] = {m_h.own[y], m_h.green[y], m_h.other[y]};
+    const L* fromV[] = {m_v.own[y], m_v.green[y], m_v.other[y]};
+    L* out[] = {m_rgb[0].own[y], m_rgb[0].green[y], m_rgb[0].other[y]};
+    const auto zero = hn::Zero(d), one = hn::Set(d, 1);
+    for (int x = -sk_p; x < w + sk_p; x += n) {
+      auto sum = hn::Zero(d);
+      for (int i = -1; i <= 1; ++i) {
+        sum = hn::Add(sum, hn::Add(hn::Add(At(up, x + i), At(mid, x + i)), At(down, x + i)));
+      }
+      const auto takeH = hn::Gt(sum, zero), takeV = hn::Lt(sum, zero);
+      for (int c = 0; c < 3; ++c) {
+        const auto h = At(fromH[c], x), v = At(fromV[c], x);
+        const auto mean = hn::ShiftRight<1>(hn::Add(hn::Add(h, v), one));
+        hn::StoreU(hn::IfThenElse(takeH, h, hn::IfThenElse(takeV, v, mean)), d, out[c] + x);
+      }
+    }
+  }
+
+  template <class V>
+  HWY_INLINE static void Sort(V& a, V& b) {
+    const V low = hn::Min(a, b);
+    b = hn::Max(a, b);
+    a = low;
+  }
+
+  template <class V>
+  HWY_INLINE static V Median9(V* p) {
+    Sort(p[1], p[2]);
+    Sort(p[4], p[5]);
+    Sort(p[7], p[8]);
+    Sort(p[0], p[1]);
+    Sort(p[3], p[4]);
+    Sort(p[6], p[7]);
+    Sort(p[1], p[2]);
+    Sort(p[4], p[5]);
+    Sort(p[7], p[8]);
+    Sort(p[0], p[3]);
+    Sort(p[5], p[8]);
+    Sort(p[4], p[7]);
+    Sort(p[3], p[6]);
+    Sort(p[1], p[4]);
+    Sort(p[2], p[5]);
+    Sort(p[4], p[7]);
+    Sort(p[4], p[2]);
+    Sort(p[6], p[4]);
+    Sort(p[4], p[2]);
+    return p[4];
+  }
+
+  void Medians(int pass, int y) {
+    if (ColourInEvenLanes(m_job, y))
+      MediansOf<true>(pass, y);
+    else
+      MediansOf<false>(pass, y);
+  }
+
+  // Red and blue become green plus the median of their difference to green around the pixel, green
+  // the mean of what both tell; what was measured stays.
+  template <bool ColourIsEven>
+  HWY_INLINE void MediansOf(int pass, int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const Rgb& in = m_rgb[pass - 1];
+    const Rgb& out = m_rgb[pass];
+    const int extent = sk_p - pass;
+    const L* green[] = {in.green[y - 1], in.green[y], in.green[y + 1]};
+    // The lines above and below measure the other colour.
+    const L* own[] = {in.other[y - 1], in.own[y], in.other[y + 1]};
+    const L* other[] = {in.own[y - 1], in.other[y], in.own[y + 1]};
+    for (int x = -((extent + 1) & ~1); x < w + extent; x += n) {
+      using V = decltype(hn::Zero(d));
+      V differences[2][9];
+      for (int j = 0; j < 3; ++j) {
+        for (int i = 0; i < 3; ++i) {
+          const V g = At(green[j], x + i - 1);
+          differences[0][j * 3 + i] = hn::Sub(At(own[j], x + i - 1), g);
+          differences[1][j * 3 + i] = hn::Sub(At(other[j], x + i - 1), g);
+        }
+      }
+      const V medianOwn = Median9(differences[0]), medianOther = Median9(differences[1]);
+      const V oldGreen = At(green[1], x), oldOwn = At(own[1], x);
+      // At a measured colour, green follows from it; at a measured green, the colours follow from
+      // that.
+      const V greenThere = Clamped(hn::Sub(oldOwn, medianOwn));
+      const V newGreen =
+          ColourIsEven ? hn::OddEven(oldGreen, greenThere) : hn::OddEven(greenThere, oldGreen);
+      const V ownThere = Clamped(hn::Add(newGreen, medianOwn));
+      const V newOwn = ColourIsEven ? hn::OddEven(ownThere, oldOwn) : hn::OddEven(oldOwn, ownThere);
+      hn::StoreU(newGreen, d, out.green[y] + x);
+      hn::StoreU(newOwn, d, out.own[y] + x);
+      hn::StoreU(Clamped(hn::Add(newGreen, medianOther)), d, out.other[y] + x);
+    }
+  }
+
+  void Output(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const Rgb& rgb = m_rgb[sk_p];
+    const bool redLine = IsRedLine(m_job, y);
+    const L *r = redLine ? rgb.own[y] : rgb.other[y], *b = redLine ? rgb.other[y] : rgb.own[y],
+            *g = rgb.green[y];
+    T* out = m_job.Out(y);
+    for (int x = 0; x < w; x += n)
+      StoreRgb(d, At(r, x), At(g, x), At(b, x), out + size_t(x) * 3, w - x);
+  }
+
+  const MosaicJob<T>& m_job;
+  LineRing<L, 8> m_raw;
+  Direction m_h, m_v;  // interpolated along lines and along columns
+  Lines m_preference;
+  Rgb m_rgb[sk_p + 1];  // selected, then after each pass
+  bool m_ready = false;
+};
+
+bool Ahd8(const MosaicJob<uint8_t>& job, int first, int last) {
+  return AhdWorker<uint8_t>::Run(job, first, last);
+}
+bool Ahd16(const MosaicJob<uint16_t>& job, int first, int last) {
+  return AhdWorker<uint16_t>::Run(job, first, last);
+}
+
+}  // namespace Orvex::Primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE && !defined(ORVEX_WITH_IPP)
+
+#include <atomic>
+
+namespace Orvex::Primitives {
+HWY_EXPORT(Ahd8);
+HWY_EXPORT(Ahd16);
+
+namespace {
+
+template <class T, class Kernel>
+IppStatus DemosaicAhd(const T* src, IppiRect region, IppiSize size, int srcStep, T* dst,
+                      int dstStep, IppiBayerGrid grid, const T* tmp, int tmpStep, Kernel kernel) {
+  MosaicJob<T> job;
+  if (const IppStatus status = MakeMosaicJob(src, region, size, srcStep, dst, dstStep, grid, &job))
+    return status;
+  // The line buffers are the threads' own, because several of them work at once.
+  if (tmp == nullptr) return ippStsNullPtrErr;
+  if (tmpStep <= 0) return ippStsStepErr;
+  std::atomic<bool> done{true};
+  SplitRows(
+      size_t(region.height), size_t(region.height) * size_t(region.width) * 16 * sizeof(T),
+      [&](size_t first, size_t last) {
+        if (!kernel(job, int(first), int(last))) done = false;
+      },
+      64);
+  return done ? ippStsNoErr : ippStsMemAllocErr;
+}
+
+}  // namespace
+}  // namespace Orvex::Primitives
+
+using namespace Orvex::Primitives;  // NOLINT: the functions below have IPP's global names
+
+extern "C" IppStatus ippiDemosaicAHD_8u_C1C3R(const Ipp8u* pSrc, IppiRect srcRoi, IppiSize srcSize,
+                                              int srcStep, Ipp8u* pDst, int dstStep,
+                                              IppiBayerGrid grid, Ipp8u* pTmp, int tmpStep) {
+  return DemosaicAhd(pSrc, srcRoi, srcSize, srcStep, pDst, dstStep, grid, pTmp, tmpStep,
+                     HWY_DYNAMIC_DISPATCH(Ahd8));
+}
+
+extern "C" IppStatus ippiDemosaicAHD_16u_C1C3R(const Ipp16u* pSrc, IppiRect srcRoi,
+                                               IppiSize srcSize, int srcStep, Ipp16u* pDst,
+                                               int dstStep, IppiBayerGrid grid, Ipp16u* pTmp,
+                                               int tmpStep) {
+  return DemosaicAhd(pSrc, srcRoi, srcSize, srcStep, pDst, dstStep, grid, pTmp, tmpStep,
+                     HWY_DYNAMIC_DISPATCH(Ahd16));
+}
+
+#endif
