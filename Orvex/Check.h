@@ -20,21 +20,25 @@ namespace Orvex {
 
 // Where a check stands.
 struct CheckSite {
-  std::string_view unit;
+  std::string unit;
   const char* function;
   unsigned int line;
 };
 
-// The file's name without its folders.
-constexpr std::string_view UnitName(std::string_view path) {
+// The file's name without its folders. A unit may be spread over several files: UNIT_PART.cpp goes
+// by the name UNIT.cpp.
+inline std::string UnitName(std::string_view path) {
   const size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
+  const size_t part = path.find('_');
+  if (part == std::string_view::npos) return std::string(path);
+  return std::string(path.substr(0, part)).append(path.substr(path.rfind('.')));
 }
 
 // Makers of the exception; a description longer than GenICam's own limit is its business.
 template <typename E>
 [[noreturn, gnu::cold]] void Throw(const std::string& description, const CheckSite& site) {
-  throw E(description.c_str(), std::string(site.unit).c_str(), site.line);
+  throw E(description.c_str(), site.unit.c_str(), site.line);
 }
 
 // "CLASS: MESSAGE (UNIT, FUNCTION)"
