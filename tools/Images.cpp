@@ -2,10 +2,10 @@
 #include "tools/Images.h"
 
 #include <fmt/format.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstring>
 #include <vector>
 
@@ -92,10 +92,11 @@ std::string FormatName(std::uint64_t pixelFormat) {
 
 std::optional<std::uint64_t> FormatByName(std::string_view name) {
   for (const NamedFormat& format : sk_formats) {
-    if (format.name.size() == name.size() &&
-        ::strncasecmp(format.name.data(), name.data(), name.size()) == 0) {
-      return format.value;
-    }
+    const bool same = std::equal(format.name.begin(), format.name.end(), name.begin(), name.end(),
+                                 [](unsigned char left, unsigned char right) {
+                                   return std::tolower(left) == std::tolower(right);
+                                 });
+    if (same) return format.value;
   }
   return std::nullopt;
 }
