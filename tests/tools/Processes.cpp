@@ -98,7 +98,7 @@ std::string Process::Err() const {
   return Content(m_errName);
 }
 
-Result Run(const std::filesystem::path& program, std::vector<std::string> arguments,
+Result RunToEnd(const std::filesystem::path& program, std::vector<std::string> arguments,
            Seconds patience, const std::filesystem::path& folder) {
   const auto begin = Clock::now();
   Process process(program, std::move(arguments), folder);

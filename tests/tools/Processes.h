@@ -50,7 +50,7 @@ struct Result {
 };
 
 // Runs to the end, at most `patience`.
-Result Run(const std::filesystem::path& program, std::vector<std::string> arguments,
+Result RunToEnd(const std::filesystem::path& program, std::vector<std::string> arguments,
            Seconds patience = Seconds(30),
            const std::filesystem::path& folder = std::filesystem::temp_directory_path());
 

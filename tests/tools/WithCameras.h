@@ -40,7 +40,7 @@ class WithCameras : public testing::Test {
   }
 
   Result Orvex(std::vector<std::string> arguments, Seconds patience = Seconds(30)) {
-    return Run(OrvexProgram(), std::move(arguments), patience, m_folder);
+    return RunToEnd(OrvexProgram(), std::move(arguments), patience, m_folder);
   }
 
   // Runs with --json, expects success and returns what was printed.
@@ -53,7 +53,7 @@ class WithCameras : public testing::Test {
   }
 
   Result Example(const char* pName, std::vector<std::string> arguments) {
-    return Run(std::filesystem::path(ORVEX_BINARY_DIR) / "examples" / pName, std::move(arguments),
+    return RunToEnd(std::filesystem::path(ORVEX_BINARY_DIR) / "examples" / pName, std::move(arguments),
                Seconds(30), m_folder);
   }
 
