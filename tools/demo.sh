@@ -4,6 +4,7 @@
 # From a virtual camera to a picture in colour: starts the camera on loopback, finds it over the network, streams, saves.
 # Ends with code 0 only when the camera was found, frames came, none was incomplete, and the picture is there.
 set -euo pipefail
+export LC_ALL=C  # numbers with a point
 
 if [ $# -ne 2 ]; then
   echo "usage: $0 BUILD_DIR OUT.png" >&2
