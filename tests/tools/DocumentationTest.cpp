@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the documentation shows is what is built: its programs are files of examples/, its links
+// lead somewhere.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace {
+
+const std::filesystem::path sk_tree = ORVEX_SOURCE_DIR;
+
+std::string Content(const std::filesystem::path& name) {
+  std::ifstream file(name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::filesystem::path> Pages() {
+  std::vector<std::filesystem::path> pages;
+  for (const auto& entry : std::filesystem::directory_iterator(sk_tree)) {
+    if (entry.path().extension() == ".md") pages.push_back(entry.path());
+  }
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(sk_tree / "docs")) {
+    if (entry.path().extension() == ".md") pages.push_back(entry.path());
+  }
+  return pages;
+}
+
+TEST(Documentation, ShowsProgramsThatAreExamples) {
+  std::size_t blocks = 0;
+  for (const auto& page : Pages()) {
+    const std::string text = Content(page);
+    std::size_t begin = 0;
+    while ((begin = text.find("```cpp\n", begin)) != std::string::npos) {
+      begin += 7;
+      const std::size_t end = text.find("```", begin);
+      ASSERT_NE(end, std::string::npos) << page;
+      const std::string block = text.substr(begin, end - begin);
+      bool found = false;
+      for (const auto& entry : std::filesystem::directory_iterator(sk_tree / "examples")) {
+        found = found || Content(entry.path()).find(block) != std::string::npos;
+      }
+      EXPECT_TRUE(found) << page << " shows a program that is in no example:\n" << block;
+      begin = end + 3;
+      ++blocks;
+    }
+  }
+  EXPECT_GE(blocks, 1U);
+}
+
+TEST(Documentation, LinksToFilesThatExist) {
+  const std::regex link(R"(\]\(([^)#:]+)\))");
+  for (const auto& page : Pages()) {
+    const std::string text = Content(page);
+    for (std::sregex_iterator match(text.begin(), text.end(), link), end; match != end; ++match) {
+      EXPECT_TRUE(std::filesystem::exists(page.parent_path() / (*match)[1].str()))
+          << page << " links to " << (*match)[1];
+    }
+  }
+}
+
+}  // namespace
