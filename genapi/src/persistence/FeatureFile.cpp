@@ -45,6 +45,7 @@ class LineReader {
     line.clear();
     bool isAny = false;
     for (int c; (c = m_is.rdbuf()->sbumpc()) != std::char_traits<char>::eof();) {
+      if (!isAny) ++m_number;
       isAny = true;
       if (++m_bytes > sk_maxFileBytes) Fail("the stream is too long");
       if (c == '\n') break;
@@ -55,7 +56,6 @@ class LineReader {
       m_is.setstate(std::ios_base::eofbit);
       return false;
     }
-    ++m_number;
     if (!line.empty() && line.back() == '\r') line.pop_back();
     return true;
   }
