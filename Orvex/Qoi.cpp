@@ -1,0 +1,432 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Orvex/Qoi.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace Orvex {
+
+namespace {
+
+struct FreeDeleter {
+  void operator()(uint8_t* p) const { std::free(p); }
+};
+using Bytes = std::unique_ptr<uint8_t, FreeDeleter>;
+
+Bytes Allocate(size_t size) {
+  return Bytes(static_cast<uint8_t*>(std::malloc(size)));
+}
+
+// The published tags. Those of eight bits go before those of two.
+constexpr uint8_t sk_tagRgb = 0xFE;
+constexpr uint8_t sk_tagRgba = 0xFF;
+constexpr uint8_t sk_tagIndex = 0x00;
+constexpr uint8_t sk_tagDiff = 0x40;
+constexpr uint8_t sk_tagLuma = 0x80;
+constexpr uint8_t sk_tagRun = 0xC0;
+constexpr uint8_t sk_tagMask = 0xC0;
+constexpr uint8_t sk_countMask = 0x3F;
+// Longer runs would collide with the tags of eight bits.
+constexpr size_t sk_maxColourRun = 62;
+
+// The tags of the grey variant, told apart by their two top bits.
+constexpr uint8_t sk_greyDiff = 0x00;
+constexpr uint8_t sk_greyLiteral = 0x40;
+constexpr uint8_t sk_greyPairs = 0x80;
+constexpr uint8_t sk_greyRun = 0xC0;
+constexpr size_t sk_maxGreyCount = 64;
+
+constexpr uint8_t sk_padding[Qoi::sk_paddingSize] = {0, 0, 0, 0, 0, 0, 0, 1};
+
+// The most pixels that one byte of a stream can stand for.
+constexpr size_t sk_maxPixelsPerByte = 64;
+
+uint32_t ReadBigEndian(const uint8_t* p) {
+  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+}
+
+void WriteBigEndian(uint8_t* p, uint32_t value) {
+  for (int shift = 24; shift >= 0; shift -= 8) *p++ = static_cast<uint8_t>(value >> shift);
+}
+
+// Whether the description is one that may be coded: sizes and colour space.
+bool IsPlausible(const qoi_desc& desc) {
+  return desc.width != 0 && desc.height != 0 && desc.colorspace <= 1 &&
+         uint64_t{desc.width} * desc.height < Qoi::sk_maxPixels;
+}
+
+// The chunks of a stream, after its header has been read and checked.
+struct Chunks {
+  const uint8_t* p = nullptr;
+  const uint8_t* pEnd = nullptr;
+};
+
+// False when there is no valid header, or when the chunks are too few bytes for the pixels.
+bool OpenStream(const void* pData, int size, qoi_desc* pDesc, Chunks& chunks) {
+  constexpr size_t sk_minSize = Qoi::sk_headerSize + Qoi::sk_paddingSize;
+  if (!pData || !pDesc || size < static_cast<int>(sk_minSize)) return false;
+  const auto* const p = static_cast<const uint8_t*>(pData);
+  const qoi_desc desc{ReadBigEndian(p + 4), ReadBigEndian(p + 8), p[Qoi::sk_channelsOffset],
+                      p[Qoi::sk_channelsOffset + 1]};
+  if (ReadBigEndian(p) != Qoi::sk_magic || !IsPlausible(desc)) return false;
+  const size_t chunkSize = static_cast<size_t>(size) - sk_minSize;
+  if (uint64_t{desc.width} * desc.height > uint64_t{chunkSize} * sk_maxPixelsPerByte) return false;
+  *pDesc = desc;
+  chunks = {p + Qoi::sk_headerSize, p + Qoi::sk_headerSize + chunkSize};
+  return true;
+}
+
+uint8_t* WriteHeader(uint8_t* p, const qoi_desc& desc) {
+  WriteBigEndian(p, Qoi::sk_magic);
+  WriteBigEndian(p + 4, desc.width);
+  WriteBigEndian(p + 8, desc.height);
+  p[Qoi::sk_channelsOffset] = desc.channels;
+  p[Qoi::sk_channelsOffset + 1] = desc.colorspace;
+  return p + Qoi::sk_headerSize;
+}
+
+// ---- Colour ------------------------------------------------------------------------------------
+
+struct Pixel {
+  uint8_t r, g, b, a;
+};
+
+uint32_t Bits(const Pixel& pixel) {
+  uint32_t bits;
+  std::memcpy(&bits, &pixel, sizeof bits);
+  return bits;
+}
+
+unsigned IndexOf(const Pixel& pixel) {
+  return (pixel.r * 3u + pixel.g * 5u + pixel.b * 7u + pixel.a * 11u) % 64;
+}
+
+template <size_t channels>
+void Store(uint8_t*& pOut, const Pixel& pixel) {
+  pOut[0] = pixel.r;
+  pOut[1] = pixel.g;
+  pOut[2] = pixel.b;
+  if constexpr (channels == 4) pOut[3] = pixel.a;
+  pOut += channels;
+}
+
+// False when the chunks end before the pixels do.
+template <size_t channels>
+bool DecodeColour(Chunks chunks, uint8_t* pOut, uint8_t* const pOutEnd) {
+  const uint8_t* p = chunks.p;
+  Pixel index[64] = {};
+  Pixel pixel{0, 0, 0, 255};
+  while (pOut < pOutEnd) {
+    if (p >= chunks.pEnd) return false;
+    // What follows the first byte lies within the stream: at most four bytes, and the padding has
+    // eight. Whether it lay within the chunks is asked by the next round or at the end.
+    const uint8_t tag = *p++;
+    if (tag == sk_tagRgb) {
+      pixel = {p[0], p[1], p[2], pixel.a};
+      p += 3;
+    } else if (tag == sk_tagRgba) {
+      pixel = {p[0], p[1], p[2], p[3]};
+      p += 4;
+    } else if ((tag & sk_tagMask) == sk_tagIndex) {
+      pixel = index[tag];
+    } else if ((tag & sk_tagMask) == sk_tagDiff) {
+      pixel.r = static_cast<uint8_t>(pixel.r + (tag >> 4 & 3) - 2);
+      pixel.g = static_cast<uint8_t>(pixel.g + (tag >> 2 & 3) - 2);
+      pixel.b = static_cast<uint8_t>(pixel.b + (tag & 3) - 2);
+    } else if ((tag & sk_tagMask) == sk_tagLuma) {
+      const uint8_t second = *p++;
+      const int green = (tag & sk_countMask) - 32;
+      pixel.r = static_cast<uint8_t>(pixel.r + green + (second >> 4) - 8);
+      pixel.g = static_cast<uint8_t>(pixel.g + green);
+      pixel.b = static_cast<uint8_t>(pixel.b + green + (second & 15) - 8);
+    } else {
+      const size_t room = static_cast<size_t>(pOutEnd - pOut) / channels;
+      size_t run = std::min<size_t>((tag & sk_countMask) + size_t{1}, room);
+      for (; run > 1; --run) Store<channels>(pOut, pixel);
+    }
+    index[IndexOf(pixel)] = pixel;
+    Store<channels>(pOut, pixel);
+  }
+  return p <= chunks.pEnd;
+}
+
+template <size_t channels>
+uint8_t* EncodeColour(const uint8_t* pIn, size_t pixels, uint8_t* p) {
+  Pixel index[64] = {};
+  Pixel previous{0, 0, 0, 255};
+  size_t run = 0;
+  for (size_t i = 0; i < pixels; ++i, pIn += channels) {
+    Pixel pixel{pIn[0], pIn[1], pIn[2], 255};
+    if constexpr (channels == 4) pixel.a = pIn[3];
+    if (Bits(pixel) == Bits(previous)) {
+      if (++run == sk_maxColourRun) {
+        *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
+        run = 0;
+      }
+      continue;
+    }
+    if (run != 0) {
+      *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
+      run = 0;
+    }
+    Pixel& seen = index[IndexOf(pixel)];
+    if (Bits(seen) == Bits(pixel)) {
+      *p++ = static_cast<uint8_t>(sk_tagIndex | IndexOf(pixel));
+      previous = pixel;
+      continue;
+    }
+    seen = pixel;
+    if (pixel.a != previous.a) {
+      *p++ = sk_tagRgba;
+      std::memcpy(p, &pixel, 4);
+      p += 4;
+      previous = pixel;
+      continue;
+    }
+    const int red = static_cast<int8_t>(pixel.r - previous.r);
+    const int green = static_cast<int8_t>(pixel.g - previous.g);
+    const int blue = static_cast<int8_t>(pixel.b - previous.b);
+    const int redToGreen = static_cast<int8_t>(red - green);
+    const int blueToGreen = static_cast<int8_t>(blue - green);
+    const auto fits = [](int value, int half) { return value >= -half && value < half; };
+    if (fits(red, 2) && fits(green, 2) && fits(blue, 2)) {
+      *p++ = static_cast<uint8_t>(sk_tagDiff | (red + 2) << 4 | (green + 2) << 2 | (blue + 2));
+    } else if (fits(green, 32) && fits(redToGreen, 8) && fits(blueToGreen, 8)) {
+      *p++ = static_cast<uint8_t>(sk_tagLuma | (green + 32));
+      *p++ = static_cast<uint8_t>((redToGreen + 8) << 4 | (blueToGreen + 8));
+    } else {
+      *p++ = sk_tagRgb;
+      std::memcpy(p, &pixel, 3);
+      p += 3;
+    }
+    previous = pixel;
+  }
+  if (run != 0) *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
+  return p;
+}
+
+// ---- Grey --------------------------------------------------------------------------------------
+
+// False when the chunks end before the pixels do, or hold more than the image.
+bool DecodeGrey(Chunks chunks, uint8_t* pOut, uint8_t* const pOutEnd) {
+  const uint8_t* p = chunks.p;
+  uint8_t pixel = 0;
+  while (pOut < pOutEnd) {
+    if (p >= chunks.pEnd) return false;
+    const uint8_t tag = *p++;
+    const size_t count = (tag & sk_countMask) + size_t{1};
+    const auto bytes = static_cast<size_t>(chunks.pEnd - p);
+    const auto room = static_cast<size_t>(pOutEnd - pOut);
+    switch (tag & sk_tagMask) {
+      case sk_greyDiff:
+        pixel = static_cast<uint8_t>(pixel + (tag & sk_countMask) - 32);
+        *pOut++ = pixel;
+        break;
+      case sk_greyLiteral:
+        if (count > bytes || count > room) return false;
+        std::memcpy(pOut, p, count);
+        p += count;
+        pOut += count;
+        pixel = pOut[-1];
+        break;
+      case sk_greyPairs:
+        if (count > bytes || count * 2 > room) return false;
+        for (size_t i = 0; i < count; ++i) {
+          const uint8_t pair = p[i];
+          const auto first = static_cast<uint8_t>(pixel + (pair >> 4) - 8);
+          // Both from the one before, so that the second does not wait for the first.
+          pixel = static_cast<uint8_t>(pixel + (pair >> 4) + (pair & 15) - 16);
+          pOut[0] = first;
+          pOut[1] = pixel;
+          pOut += 2;
+        }
+        p += count;
+        break;
+      default:
+        if (count > room) return false;
+        std::memset(pOut, pixel, count);
+        pOut += count;
+        break;
+    }
+  }
+  return true;
+}
+
+// Encodes the pixels from left to right; at each place what takes the fewest bits for a pixel.
+class GreyEncoder {
+ public:
+  GreyEncoder(const uint8_t* pIn, size_t pixels, uint8_t* p)
+      : m_pIn(pIn), m_pEnd(pIn + pixels), m_p(p) {}
+
+  uint8_t* Run() {
+    while (m_pIn < m_pEnd) {
+      if (PutRun() || PutPairs() || PutDiff()) continue;
+      PutLiterals();
+    }
+    return m_p;
+  }
+
+ private:
+  static int Difference(uint8_t from, uint8_t to) { return static_cast<int8_t>(to - from); }
+  static bool FitsNibble(int difference) { return difference >= -8 && difference < 8; }
+  static bool FitsDiff(int difference) { return difference >= -32 && difference < 32; }
+
+  // Whether the two pixels at p, coming after `before`, make a pair.
+  bool IsPair(const uint8_t* p, uint8_t before) const {
+    return m_pEnd - p >= 2 && FitsNibble(Difference(before, p[0])) &&
+           FitsNibble(Difference(p[0], p[1]));
+  }
+
+  void Advance(size_t pixels) {
+    m_pIn += pixels;
+    m_before = m_pIn[-1];
+  }
+
+  // A run has to beat pairs, which take half a byte for a pixel.
+  bool PutRun() {
+    constexpr size_t sk_minRun = 3;
+    const size_t most = std::min<size_t>(sk_maxGreyCount, static_cast<size_t>(m_pEnd - m_pIn));
+    size_t run = 0;
+    while (run < most && m_pIn[run] == m_before) ++run;
+    if (run < sk_minRun && run != static_cast<size_t>(m_pEnd - m_pIn)) return false;
+    if (run == 0) return false;
+    *m_p++ = static_cast<uint8_t>(sk_greyRun | (run - 1));
+    m_pIn += run;
+    return true;
+  }
+
+  bool PutPairs() {
+    size_t pairs = 0;
+    const uint8_t* p = m_pIn;
+    uint8_t before = m_before;
+    while (pairs < sk_maxGreyCount && IsPair(p, before)) {
+      // A longer run is worth leaving the pairs for.
+      if (pairs != 0 && m_pEnd - p >= 8 && IsFlat(p, before)) break;
+      m_p[1 + pairs++] =
+          static_cast<uint8_t>((Difference(before, p[0]) + 8) << 4 | (Difference(p[0], p[1]) + 8));
+      before = p[1];
+      p += 2;
+    }
+    if (pairs == 0) return false;
+    *m_p = static_cast<uint8_t>(sk_greyPairs | (pairs - 1));
+    m_p += 1 + pairs;
+    Advance(pairs * 2);
+    return true;
+  }
+
+  static bool IsFlat(const uint8_t* p, uint8_t value) {
+    return std::all_of(p, p + 8, [value](uint8_t pixel) { return pixel == value; });
+  }
+
+  bool PutDiff() {
+    const int difference = Difference(m_before, *m_pIn);
+    if (!FitsDiff(difference)) return false;
+    *m_p++ = static_cast<uint8_t>(sk_greyDiff | (difference + 32));
+    Advance(1);
+    return true;
+  }
+
+  void PutLiterals() {
+    const size_t most = std::min<size_t>(sk_maxGreyCount, static_cast<size_t>(m_pEnd - m_pIn));
+    size_t count = 1;
+    while (count < most && !FitsDiff(Difference(m_pIn[count - 1], m_pIn[count]))) ++count;
+    *m_p++ = static_cast<uint8_t>(sk_greyLiteral | (count - 1));
+    std::memcpy(m_p, m_pIn, count);
+    m_p += count;
+    Advance(count);
+  }
+
+  const uint8_t* m_pIn;
+  const uint8_t* const m_pEnd;
+  uint8_t* m_p;
+  uint8_t m_before = 0;
+};
+
+// Room for the worst stream: no chunk takes more than channels + 1 bytes for a pixel.
+size_t WorstSize(const qoi_desc& desc) {
+  return size_t{desc.width} * desc.height * (desc.channels + size_t{1}) + Qoi::sk_headerSize +
+         Qoi::sk_paddingSize;
+}
+
+// Ends the stream and gives back the memory that it did not need.
+uint8_t* Finish(Bytes bytes, uint8_t* p, int* pSize) {
+  std::memcpy(p, sk_padding, sizeof sk_padding);
+  const auto size = static_cast<size_t>(p + sizeof sk_padding - bytes.get());
+  if (size > static_cast<size_t>(std::numeric_limits<int>::max())) return nullptr;
+  *pSize = static_cast<int>(size);
+  uint8_t* const pWhole = bytes.release();
+  auto* const pShort = static_cast<uint8_t*>(std::realloc(pWhole, size));
+  return pShort ? pShort : pWhole;
+}
+
+}  // namespace
+
+uint8_t* qoi_colour_decode(const void* pData, int size, qoi_desc* pDesc, int channels) {
+  qoi_desc desc;
+  Chunks chunks;
+  if (!pDesc || (channels != 0 && channels != 3 && channels != 4)) return nullptr;
+  if (!OpenStream(pData, size, &desc, chunks)) return nullptr;
+  if (desc.channels != 3 && desc.channels != 4) return nullptr;
+  const size_t outChannels = channels == 0 ? desc.channels : static_cast<size_t>(channels);
+  const size_t outSize = size_t{desc.width} * desc.height * outChannels;
+  Bytes pixels = Allocate(outSize);
+  if (!pixels) return nullptr;
+  uint8_t* const pEnd = pixels.get() + outSize;
+  const bool complete = outChannels == 3 ? DecodeColour<3>(chunks, pixels.get(), pEnd)
+                                         : DecodeColour<4>(chunks, pixels.get(), pEnd);
+  if (!complete) return nullptr;
+  *pDesc = desc;
+  return pixels.release();
+}
+
+uint8_t* qoi_grey_decode(const void* pData, int size, qoi_desc* pDesc, int channels) {
+  qoi_desc desc;
+  Chunks chunks;
+  if (!pDesc || (channels != 0 && channels != 1)) return nullptr;
+  if (!OpenStream(pData, size, &desc, chunks) || desc.channels != 1) return nullptr;
+  const size_t outSize = size_t{desc.width} * desc.height;
+  Bytes pixels = Allocate(outSize);
+  if (!pixels || !DecodeGrey(chunks, pixels.get(), pixels.get() + outSize)) return nullptr;
+  *pDesc = desc;
+  return pixels.release();
+}
+
+uint8_t* qoi_decode(const void* pData, int size, qoi_desc* pDesc, int channels) {
+  if (uint8_t* pPixels = qoi_colour_decode(pData, size, pDesc, channels)) return pPixels;
+  return qoi_grey_decode(pData, size, pDesc, channels);
+}
+
+uint8_t* qoi_colour_encode(const void* pData, const qoi_desc* pDesc, int* pSize) {
+  if (!pData || !pDesc || !pSize || !IsPlausible(*pDesc)) return nullptr;
+  if (pDesc->channels != 3 && pDesc->channels != 4) return nullptr;
+  Bytes bytes = Allocate(WorstSize(*pDesc));
+  if (!bytes) return nullptr;
+  uint8_t* const p = WriteHeader(bytes.get(), *pDesc);
+  const auto* const pIn = static_cast<const uint8_t*>(pData);
+  const size_t pixels = size_t{pDesc->width} * pDesc->height;
+  uint8_t* const pEnd =
+      pDesc->channels == 3 ? EncodeColour<3>(pIn, pixels, p) : EncodeColour<4>(pIn, pixels, p);
+  return Finish(std::move(bytes), pEnd, pSize);
+}
+
+uint8_t* qoi_grey_encode(const void* pData, const qoi_desc* pDesc, int* pSize) {
+  if (!pData || !pDesc || !pSize || !IsPlausible(*pDesc) || pDesc->channels != 1) return nullptr;
+  // A block of pairs is tried behind its tag before it is known whether there is one.
+  Bytes bytes = Allocate(WorstSize(*pDesc) + 1 + sk_maxGreyCount);
+  if (!bytes) return nullptr;
+  uint8_t* const p = WriteHeader(bytes.get(), *pDesc);
+  const size_t pixels = size_t{pDesc->width} * pDesc->height;
+  uint8_t* const pEnd = GreyEncoder(static_cast<const uint8_t*>(pData), pixels, p).Run();
+  return Finish(std::move(bytes), pEnd, pSize);
+}
+
+uint8_t* qoi_encode(const void* pData, const qoi_desc* pDesc, int* pSize) {
+  return pDesc && pDesc->channels == 1 ? qoi_grey_encode(pData, pDesc, pSize)
+                                       : qoi_colour_encode(pData, pDesc, pSize);
+}
+
+}  // namespace Orvex
