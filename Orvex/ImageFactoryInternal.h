@@ -75,6 +75,15 @@ struct FrameCells {
   static void SetHasChunkData(Buffer* pBuffer, bool hasChunkData) {
     pBuffer->m_pHasChunkData = std::make_unique<bool>(hasChunkData);
   }
+  static void SetIncomplete(Buffer* pBuffer, bool incomplete) {
+    pBuffer->m_pIsIncomplete = std::make_unique<bool>(incomplete);
+  }
+  static void SetSizes(Buffer* pBuffer, size_t filled, size_t payload, size_t buffer) {
+    pBuffer->m_pSizeFilled = std::make_unique<size_t>(filled);
+    pBuffer->m_pPayloadSize = std::make_unique<size_t>(payload);
+    pBuffer->m_pSizeOfBuffer = std::make_unique<size_t>(buffer);
+  }
+  static void SetData(Buffer* pBuffer, const uint8_t* pData) { pBuffer->m_pData = pData; }
   static void SetUserProvided(Buffer* pBuffer, bool provided) {
     pBuffer->m_bufferIsUserProvided = provided;
   }

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Orvex/ImageFactoryDeinterleaveChannels.h"
+
+#include <cstring>
+
+#include "Orvex/Samples.h"
+#include "PixelFormat.h"
+
+namespace Orvex {
+
+namespace {
+
+struct DeinterleaveRow {
+  PfncFormat_ output = InvalidPixelFormat;
+  size_t channels = 0;
+};
+
+// No channels: the format is not among the rows.
+DeinterleaveRow RowOf(uint64_t pixelFormat) {
+  switch (pixelFormat) {
+#define ORVEX_DEINTERLEAVE_CASE(format, member, channels, output) \
+  case format:                                                    \
+    return {output, channels};
+    ORVEX_DEINTERLEAVE_ROWS(ORVEX_DEINTERLEAVE_CASE)
+#undef ORVEX_DEINTERLEAVE_CASE
+    default:
+      return {};
+  }
+}
+
+// Whether a pixel is one sample, so that the channels share the width of the image: dual and quad
+// formats, unless their planes are separated.
+bool SharesWidth(uint64_t pixelFormat) {
+  const DeinterleaveRow row = RowOf(pixelFormat);
+  return GetBitsPerPixel(pixelFormat) <= GetBitsPerPixel(row.output) && row.channels != 0;
+}
+
+// Sample i belongs to channel i mod channels; each channel's samples go on from pOut + channel *
+// plane. Positions are in samples.
+template <Packing packing, size_t channels>
+void Separate(const uint8_t* pData, size_t dataSize, size_t samples, uint8_t* pOut, size_t plane) {
+  using Value = SampleValue<packing>;
+  ForSamples<packing>(pData, dataSize, samples, samples * (2 + sizeof(Value)),
+                      [=](const Value* pValues, size_t first, size_t count) {
+                        Value line[sk_blockSamples / channels];
+                        const size_t each = count / channels;
+                        for (size_t c = 0; c < channels; ++c) {
+                          for (size_t i = 0; i < each; ++i) line[i] = pValues[i * channels + c];
+                          // The caller's buffer may lie anywhere.
+                          std::memcpy(pOut + (c * plane + first / channels) * sizeof(Value), line,
+                                      each * sizeof(Value));
+                        }
+                      });
+}
+
+// Lines that do not divide: their last samples belong to no plane.
+template <Packing packing, size_t channels>
+void SeparateRagged(const uint8_t* pData, size_t dataSize, size_t width, size_t height,
+                    uint8_t* pOut) {
+  using Value = SampleValue<packing>;
+  const size_t each = width / channels, plane = each * height;
+  ForSamples<packing>(
+      pData, dataSize, width * height, width * height * (2 + sizeof(Value)),
+      [=](const Value* pValues, size_t first, size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+          const size_t x = (first + i) % width, y = (first + i) / width;
+          if (x >= each * channels) continue;
+          std::memcpy(pOut + (x % channels * plane + y * each + x / channels) * sizeof(Value),
+                      pValues + i, sizeof(Value));
+        }
+      });
+}
+
+template <Packing packing, size_t channels>
+void Deinterleave(IImage* pSrc, Image* pDst) {
+  const size_t width = pSrc->GetWidth(), height = pSrc->GetHeight();
+  uint8_t* const pOut = FrameCells::WritableData(pDst);
+  if (!SharesWidth(pSrc->GetPixelFormat())) {
+    Separate<packing, channels>(pSrc->GetData(), pSrc->GetSizeOfBuffer(),
+                                CheckedProduct(width, height, channels), pOut, width * height);
+  } else if (width % channels == 0) {
+    Separate<packing, channels>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), width * height, pOut,
+                                width / channels * height);
+  } else {
+    SeparateRagged<packing, channels>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), width, height,
+                                      pOut);
+  }
+}
+
+}  // namespace
+
+size_t ImageFactoryDeinterleaveChannels::Len(IImage* pSrc) {
+  const DeinterleaveRow row = RowOf(pSrc->GetPixelFormat());
+  if (row.channels == 0) implNone(pSrc, nullptr);
+  return CheckedProduct(Width(pSrc), Height(pSrc), GetBitsPerPixel(row.output)) >> 3;
+}
+
+uint64_t ImageFactoryDeinterleaveChannels::PixelFormat(IImage* pSrc) {
+  return RowOf(pSrc->GetPixelFormat()).output;
+}
+
+size_t ImageFactoryDeinterleaveChannels::Width(IImage* pSrc) {
+  const uint64_t format = pSrc->GetPixelFormat();
+  return SharesWidth(format) ? pSrc->GetWidth() / RowOf(format).channels : pSrc->GetWidth();
+}
+
+size_t ImageFactoryDeinterleaveChannels::Height(IImage* pSrc) {
+  return CheckedProduct(pSrc->GetHeight(), RowOf(pSrc->GetPixelFormat()).channels, 1);
+}
+
+#define ORVEX_DEINTERLEAVE_IMPL(name, packing, channels)                         \
+  void ImageFactoryDeinterleaveChannels::impl##name(IImage* pSrc, Image* pDst) { \
+    Deinterleave<Packing::packing, channels>(pSrc, pDst);                        \
+  }
+ORVEX_DEINTERLEAVE_IMPL(PolarizedAngles8, U8, 4)
+ORVEX_DEINTERLEAVE_IMPL(PolarizedAngles12p, U12p, 4)
+ORVEX_DEINTERLEAVE_IMPL(PolarizedAngles16, U16, 4)
+ORVEX_DEINTERLEAVE_IMPL(PolarizedDolp8, U8, 2)
+ORVEX_DEINTERLEAVE_IMPL(PolarizedDolp12p, U12p, 2)
+ORVEX_DEINTERLEAVE_IMPL(PolarizedDolp16, U16, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual8, U8, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual10p, U10p, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual10Packed, U10Packed, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual12p, U12p, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual12Packed, U12Packed, 2)
+ORVEX_DEINTERLEAVE_IMPL(Dual16, U16, 2)
+ORVEX_DEINTERLEAVE_IMPL(Quad8, U8, 4)
+ORVEX_DEINTERLEAVE_IMPL(Quad10p, U10p, 4)
+ORVEX_DEINTERLEAVE_IMPL(Quad10Packed, U10Packed, 4)
+ORVEX_DEINTERLEAVE_IMPL(Quad12p, U12p, 4)
+ORVEX_DEINTERLEAVE_IMPL(Quad12Packed, U12Packed, 4)
+ORVEX_DEINTERLEAVE_IMPL(Quad16, U16, 4)
+#undef ORVEX_DEINTERLEAVE_IMPL
+
+// Stokes parameters come as three or as four.
+#define ORVEX_DEINTERLEAVE_STOKES(suffix, packing)                                                \
+  void ImageFactoryDeinterleaveChannels::implPolarizedStokes##suffix(IImage* pSrc, Image* pDst) { \
+    if (RowOf(pSrc->GetPixelFormat()).channels == 3) {                                            \
+      Deinterleave<Packing::packing, 3>(pSrc, pDst);                                              \
+    } else {                                                                                      \
+      Deinterleave<Packing::packing, 4>(pSrc, pDst);                                              \
+    }                                                                                             \
+  }
+ORVEX_DEINTERLEAVE_STOKES(8, U8)
+ORVEX_DEINTERLEAVE_STOKES(12p, U12p)
+ORVEX_DEINTERLEAVE_STOKES(16, U16)
+#undef ORVEX_DEINTERLEAVE_STOKES
+
+void ImageFactoryDeinterleaveChannels::implSeparated(IImage* pSrc, Image* pDst) {
+  std::memcpy(FrameCells::WritableData(pDst), pSrc->GetData(), Len(pSrc));
+}
+
+}  // namespace Orvex

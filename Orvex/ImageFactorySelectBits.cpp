@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Orvex/ImageFactorySelectBits.h"
+
+#include <string>
+
+#include "Orvex/Check.h"
+#include "Orvex/PixelFormatName.h"
+#include "Orvex/Samples.h"
+
+namespace Orvex {
+
+namespace {
+
+struct SelectBitsRow {
+  PfncFormat_ output = InvalidPixelFormat;
+  // n / d samples a pixel; no format has 0.
+  size_t n = 0;
+  size_t d = 1;
+};
+
+namespace Members {
+
+#define ORVEX_SELECT_BITS_RATIO(member, packing, n, d) \
+  constexpr SelectBitsRow m##member{InvalidPixelFormat, n, d};
+ORVEX_SELECT_BITS_MEMBERS(ORVEX_SELECT_BITS_RATIO)
+#undef ORVEX_SELECT_BITS_RATIO
+
+}  // namespace Members
+
+// An output of InvalidPixelFormat says that the format is not among the rows.
+SelectBitsRow RowOf(uint64_t pixelFormat) {
+  switch (pixelFormat) {
+#define ORVEX_SELECT_BITS_CASE(format, member, output, lut, layout) \
+  case format:                                                      \
+    return {output, Members::m##member.n, Members::m##member.d};
+    ORVEX_SELECT_BITS_ROWS(ORVEX_SELECT_BITS_CASE)
+#undef ORVEX_SELECT_BITS_CASE
+    default:
+      return {};
+  }
+}
+
+template <Packing packing>
+void Select(IImage* pSrc, Image* pDst, size_t samples, unsigned lowestBit) {
+  uint8_t* const pOut = FrameCells::WritableData(pDst);
+  ForSamples<packing>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), samples, samples * 3,
+                      [=](const SampleValue<packing>* pValues, size_t first, size_t count) {
+                        for (size_t i = 0; i < count; ++i) {
+                          pOut[first + i] = static_cast<uint8_t>(pValues[i] >> lowestBit);
+                        }
+                      });
+}
+
+}  // namespace
+
+ImageFactorySelectBits::ImageFactorySelectBits(size_t numBits, int lowestBit)
+    : m_numBits(numBits), m_lowestBit(lowestBit) {}
+
+ImageFactorySelectBits::ImageFactorySelectBits(uint8_t* pBuffer, size_t bufferSize, size_t numBits,
+                                               int lowestBit)
+    : PixelFormatContractStandardImpl(pBuffer, bufferSize),
+      m_numBits(numBits),
+      m_lowestBit(lowestBit) {}
+
+size_t ImageFactorySelectBits::Len(IImage* pSrc) {
+  const SelectBitsRow row = RowOf(pSrc->GetPixelFormat());
+  if (row.n == 0) implNone(pSrc, nullptr);
+  return CheckedProduct(pSrc->GetWidth(), pSrc->GetHeight(), row.n) / row.d;
+}
+
+uint64_t ImageFactorySelectBits::PixelFormat(IImage* pSrc) {
+  return RowOf(pSrc->GetPixelFormat()).output;
+}
+
+void ImageFactorySelectBits::CheckLowestBit(IImage* pSrc, unsigned sampleBits) const {
+  const auto format = static_cast<PfncFormat_>(pSrc->GetPixelFormat());
+  CHECK_ARG(m_lowestBit >= 0 && static_cast<size_t>(m_lowestBit) + m_numBits <= sampleBits,
+            InvalidArgumentException,
+            "lowest bit " + std::to_string(m_lowestBit) + " not available for pixel format " +
+                GetPixelFormatName(format));
+}
+
+#define ORVEX_SELECT_BITS_MEMBER(member, packing, n, d)                                    \
+  void ImageFactorySelectBits::impl##member(IImage* pSrc, Image* pDst) {                   \
+    CheckLowestBit(pSrc, BitsOf(Packing::packing));                                        \
+    const size_t samples = CheckedProduct(pSrc->GetWidth(), pSrc->GetHeight(), n);         \
+    Select<Packing::packing>(pSrc, pDst, samples / d, static_cast<unsigned>(m_lowestBit)); \
+  }
+ORVEX_SELECT_BITS_MEMBERS(ORVEX_SELECT_BITS_MEMBER)
+#undef ORVEX_SELECT_BITS_MEMBER
+
+}  // namespace Orvex
