@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/Document.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "engine/Limits.h"
+
+namespace OrvexGenApi {
+namespace {
+
+constexpr unsigned sk_parseOptions =
+    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute | pugi::parse_eol |
+    pugi::parse_doctype | pugi::parse_embed_pcdata | pugi::parse_declaration;
+constexpr char sk_blanks[] = " \t\r\n";
+
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// Whether the text at '&' is a reference that every XML reader knows.
+bool IsKnownReference(std::string_view at) {
+  for (const std::string_view name : {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"}) {
+    if (at.starts_with(name)) return true;
+  }
+  if (!at.starts_with("&#")) return false;
+  const size_t end = at.substr(0, 16).find(';');
+  return end != std::string_view::npos && end > 2;
+}
+
+bool IsUtf16(const std::string& text) {
+  return text.size() >= 2 &&
+         ((text[0] == '\xFE' && text[1] == '\xFF') || (text[0] == '\xFF' && text[1] == '\xFE') ||
+          text[0] == 0 || text[1] == 0);
+}
+
+}  // namespace
+
+std::string_view Trim(std::string_view text) {
+  size_t begin = 0;
+  size_t end = text.size();
+  while (begin < end && IsBlank(text[begin])) ++begin;
+  while (end > begin && IsBlank(text[end - 1])) --end;
+  return text.substr(begin, end - begin);
+}
+
+std::string_view ElementRawText(pugi::xml_node element) {
+  // With embedded texts the usual element has its text as its own value and no children.
+  return element.first_child() ? std::string_view(element.child_value())
+                               : std::string_view(element.value());
+}
+
+std::string_view ElementText(pugi::xml_node element) {
+  return Trim(ElementRawText(element));
+}
+
+void Document::Fail(const std::string& what, size_t offset) const {
+  throw RUNTIME_EXCEPTION("Camera description, line %u: %s", LineAt(offset), what.c_str());
+}
+
+unsigned Document::LineAt(size_t offset) const {
+  const auto at = std::lower_bound(m_lineEnds.begin(), m_lineEnds.end(), offset);
+  return static_cast<unsigned>(at - m_lineEnds.begin()) + 1;
+}
+
+unsigned Document::LineOf(pugi::xml_node element) const {
+  const ptrdiff_t offset = element.offset_debug();
+  return offset < 0 || m_lineEnds.empty() ? 0 : LineAt(static_cast<size_t>(offset));
+}
+
+// Nothing but a byte-order mark may stand before the declaration, and blanks before the root
+// element.
+void Document::CheckProlog() const {
+  std::string_view text = m_text;
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  const size_t first = text.find_first_not_of(sk_blanks);
+  if (first == std::string_view::npos) Fail("there is no text", 0);
+  if (text[first] != '<') Fail("there is text before the XML declaration", first);
+  if (first != 0 && text.substr(first).starts_with("<?xml")) {
+    Fail("there are blanks before the XML declaration", first);
+  }
+}
+
+// References to entities that nobody declared are no XML; declarations of entities are refused with
+// the DOCTYPE.
+void Document::CheckReferences() const {
+  const std::string_view text = m_text;
+  size_t literalEnd = 0;
+  for (size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
+    if (at < literalEnd || IsKnownReference(text.substr(at))) continue;
+    // Comments and CDATA sections hold anything: find the last one that opens before this place.
+    const auto before = text.substr(0, at);
+    const size_t cdata = before.rfind("<![CDATA[");
+    const size_t comment = before.rfind("<!--");
+    const auto encloses = [&](size_t open, std::string_view close) {
+      if (open == std::string_view::npos) return false;
+      const size_t end = text.find(close, open);
+      if (end == std::string_view::npos || end < at) return false;
+      literalEnd = end;
+      return true;
+    };
+    if (encloses(cdata, "]]>") || encloses(comment, "-->")) continue;
+    Fail("unknown entity '" + std::string(text.substr(at, 16)) + "'", at);
+  }
+}
+
+void Document::CheckTree() {
+  size_t elements = 0;
+  size_t depth = 0;
+  for (pugi::xml_node node = m_xml.first_child(); node;) {
+    if (node.type() == pugi::node_doctype) {
+      Fail("a document type declaration is not accepted", 0);
+    }
+    if (node.type() == pugi::node_element && depth == 0) {
+      if (m_root) Fail("there is a second root element", static_cast<size_t>(node.offset_debug()));
+      m_root = node;
+    }
+    if (++elements > sk_maxXmlElements) Fail("there are too many elements", 0);
+    if (const pugi::xml_node child = node.first_child()) {
+      if (++depth > sk_maxXmlDepth) {
+        Fail("elements are nested too deeply", static_cast<size_t>(node.offset_debug()));
+      }
+      node = child;
+      continue;
+    }
+    while (node && !node.next_sibling()) {
+      node = node.parent();
+      if (depth == 0) {
+        node = pugi::xml_node();
+        break;
+      }
+      --depth;
+    }
+    if (node) node = node.next_sibling();
+  }
+  if (!m_root) Fail("there is no root element", 0);
+  if (std::strcmp(m_root.name(), "RegisterDescription") != 0) {
+    Fail(std::string("the root element is '") + m_root.name() + "' and not 'RegisterDescription'",
+         static_cast<size_t>(std::max<ptrdiff_t>(m_root.offset_debug(), 0)));
+  }
+}
+
+std::shared_ptr<Document> Document::Parse(std::string text) {
+  // Register memory is often padded behind the text.
+  while (!text.empty() && text.back() == '\0') text.pop_back();
+  if (text.size() > sk_maxXmlBytes) {
+    throw RUNTIME_EXCEPTION("Camera description: %zu bytes are more than the %zu accepted",
+                            text.size(), sk_maxXmlBytes);
+  }
+  if (text.empty()) throw RUNTIME_EXCEPTION("Camera description: there is no text");
+
+  auto document = std::make_shared<Document>();
+  document->m_text = std::move(text);
+  std::string& buffer = document->m_text;
+  const bool utf16 = IsUtf16(buffer);
+  if (!utf16) {
+    if (const size_t nul = buffer.find('\0'); nul != std::string::npos) {
+      throw RUNTIME_EXCEPTION("Camera description: byte %zu is no text", nul);
+    }
+    for (size_t at = buffer.find('\n'); at != std::string::npos; at = buffer.find('\n', at + 1)) {
+      document->m_lineEnds.push_back(static_cast<uint32_t>(at));
+    }
+    document->CheckProlog();
+    document->CheckReferences();
+    // Text behind the root element would be dropped silently.
+    const size_t last = buffer.find_last_not_of(sk_blanks);
+    if (buffer[last] != '>')
+      document->Fail("the text ends inside or behind the root element", last);
+  }
+  const pugi::xml_parse_result result =
+      document->m_xml.load_buffer_inplace(buffer.data(), buffer.size(), sk_parseOptions);
+  if (!result) {
+    document->Fail(result.description(),
+                   static_cast<size_t>(std::max<ptrdiff_t>(result.offset, 0)));
+  }
+  document->CheckTree();
+  return document;
+}
+
+std::string Document::ToXml() const {
+  std::ostringstream out;
+  m_xml.save(out, "  ", pugi::format_indent);
+  return out.str();
+}
+
+std::string ReadFile(const std::string& path, size_t maxBytes) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw RUNTIME_EXCEPTION("Cannot open file '%s'", path.c_str());
+  std::string data;
+  char block[65536];
+  while (in.read(block, sizeof block) || in.gcount() > 0) {
+    data.append(block, static_cast<size_t>(in.gcount()));
+    if (data.size() > maxBytes) {
+      throw RUNTIME_EXCEPTION("File '%s' has more than %zu bytes", path.c_str(), maxBytes);
+    }
+  }
+  if (in.bad()) throw RUNTIME_EXCEPTION("Cannot read file '%s'", path.c_str());
+  return data;
+}
+
+}  // namespace OrvexGenApi
