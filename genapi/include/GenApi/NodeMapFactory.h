@@ -9,6 +9,8 @@
 // and what is wrong.
 #include <GenApi/INodeMap.h>
 
+#include <memory>
+
 namespace GENAPI_NAMESPACE {
 
 class CNodeDataMap;
@@ -92,7 +94,7 @@ class GENAPI_DECL CNodeMapFactory {
       const GENICAM_NAMESPACE::gcstring& StyleSheetFileName);
 
  private:
-  CNodeMapFactoryImpl* m_pImpl;
+  std::shared_ptr<CNodeMapFactoryImpl> m_pImpl;
 };
 
 }  // namespace GENAPI_NAMESPACE

@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/Builder.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+#include "engine/Kinds.h"
+#include "engine/Limits.h"
+
+namespace OrvexGenApi {
+
+bool ParseInt(std::string_view text, int64_t& value) {
+  text = Trim(text);
+  bool negative = false;
+  if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
+    negative = text[0] == '-';
+    text.remove_prefix(1);
+  }
+  int base = 10;
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    base = 16;
+    text.remove_prefix(2);
+  }
+  // Unsigned numbers with the top bit set keep their bit pattern.
+  uint64_t magnitude = 0;
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), magnitude, base);
+  if (error != std::errc() || end != text.data() + text.size()) return false;
+  if (negative && magnitude > 0x8000000000000000u) return false;
+  value = static_cast<int64_t>(negative ? 0 - magnitude : magnitude);
+  return true;
+}
+
+bool ParseFloat(std::string_view text, double& value) {
+  text = Trim(text);
+  if (!text.empty() && text[0] == '+') text.remove_prefix(1);
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    int64_t integer = 0;
+    if (!ParseInt(text, integer)) return false;
+    value = static_cast<double>(integer);
+    return true;
+  }
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+int64_t Builder::Int(const Node& owner, pugi::xml_node element) const {
+  int64_t value = 0;
+  if (ParseInt(Text(element), value)) return value;
+  double real = 0;  // some files write whole numbers with a point
+  if (ParseFloat(Text(element), real) && real == std::trunc(real) && std::fabs(real) < 9.2e18) {
+    return static_cast<int64_t>(real);
+  }
+  Bad(owner, element, "is no integer");
+}
+
+double Builder::Float(const Node& owner, pugi::xml_node element) const {
+  double value = 0;
+  if (!ParseFloat(Text(element), value)) Bad(owner, element, "is no number");
+  return value;
+}
+
+bool Builder::YesNo(pugi::xml_node element) const {
+  return Text(element) == "Yes";
+}
+
+void Builder::Bad(const Node& owner, pugi::xml_node element, const char* pWhy) const {
+  GENAPI_RAISE(PropertyException, owner, "line %u: <%s> '%.64s' %s", m_document.LineOf(element),
+               element.name(), std::string(Text(element)).c_str(), pWhy);
+}
+
+Node* Builder::Resolve(const Node& owner, pugi::xml_node element, Element role) {
+  Node* target = m_map.Find(Text(element));
+  if (target == nullptr) Bad(owner, element, "names a node that does not exist");
+  AddLink(*target, role);
+  return target;
+}
+
+Node* Builder::Embedded(pugi::xml_node element) const {
+  const auto found = m_embedded.find(element.hash_value());
+  return found == m_embedded.end() ? nullptr : found->second;
+}
+
+const char* Builder::Keep(std::string text) {
+  m_map.m_texts.push_back(std::move(text));
+  return m_map.m_texts.back().c_str();
+}
+
+Node* Builder::Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_node element) {
+  const unsigned line = m_document.LineOf(element);
+  if (name.empty()) {
+    throw PROPERTY_EXCEPTION("Camera description, line %u: <%s> has no name", line, element.name());
+  }
+  if (name.size() > sk_maxNodeNameLength) {
+    throw PROPERTY_EXCEPTION("Camera description, line %u: the name of <%s> is too long", line,
+                             element.name());
+  }
+  if (m_map.m_nodes.size() >= sk_maxNodes) {
+    throw PROPERTY_EXCEPTION("Camera description, line %u: there are too many nodes", line);
+  }
+  Node* raw = node.get();
+  raw->m_name = name.data();
+  raw->m_index = static_cast<uint32_t>(m_map.m_nodes.size());
+  if (std::strcmp(element.attribute("NameSpace").value(), "Standard") == 0) {
+    raw->m_nameSpace = Standard;
+  }
+  if (!m_map.m_byName.emplace(name, raw).second) {
+    throw PROPERTY_EXCEPTION("Node '%s' (line %u): another node has the same name", raw->Name(),
+                             line);
+  }
+  m_map.m_nodes.push_back(raw);
+  node.release();
+  return raw;
+}
+
+void Builder::Create(pugi::xml_node element) {
+  const Element kind = ElementByName(element.name());
+  if (kind == Element::Group) {
+    CreateAll(element);
+    return;
+  }
+  if (kind == Element::StructReg) {
+    CreateStruct(element);
+    return;
+  }
+  std::unique_ptr<Node> node = MakeNode(kind, m_map, element);
+  if (!node) return;  // elements that the language does not know are passed over
+  Node* made = Add(std::move(node), element.attribute("Name").value(), element);
+  if (kind == Element::Enumeration) CreateEntries(*made, element);
+  // Formulas inside a register's address are nodes of their own.
+  for (const auto child : element.children()) {
+    if (std::strcmp(child.name(), "IntSwissKnife") != 0) continue;
+    std::string name = child.attribute("Name").value();
+    if (name.empty()) name = std::string(made->Name()) + "_Address";
+    m_embedded[child.hash_value()] =
+        Add(MakeNode(Element::IntSwissKnife, m_map, child), Keep(std::move(name)), child);
+  }
+}
+
+void Builder::CreateAll(pugi::xml_node parent) {
+  for (const auto element : parent.children()) {
+    if (element.type() == pugi::node_element) Create(element);
+  }
+}
+
+void Builder::CreateStruct(pugi::xml_node element) {
+  for (const auto child : element.children()) {
+    if (ElementByName(child.name()) == Element::StructEntry) {
+      Node* made =
+          Add(MakeNode(Element::StructEntry, m_map, child), child.attribute("Name").value(), child);
+      made->m_shared = element;
+    } else if (std::strcmp(child.name(), "IntSwissKnife") == 0) {
+      m_embedded[child.hash_value()] = Add(MakeNode(Element::IntSwissKnife, m_map, child),
+                                           child.attribute("Name").value(), child);
+    }
+  }
+}
+
+void Builder::CreateEntries(Node& enumeration, pugi::xml_node element) {
+  for (const auto child : element.children()) {
+    if (ElementByName(child.name()) != Element::EnumEntry) continue;
+    const char* symbolic = child.attribute("Name").value();
+    m_embedded[child.hash_value()] =
+        Add(MakeNode(Element::EnumEntry, m_map, child),
+            Keep(std::string("EnumEntry_") + enumeration.Name() + "_" + symbolic), child);
+  }
+}
+
+void Builder::TakeElement(Node& node, pugi::xml_node element) {
+  if (element.type() != pugi::node_element) return;
+  const Element id = ElementByName(element.name());
+  if (id != Element::Unknown) node.Take(id, element, *this);
+}
+
+void Builder::TakeElements(Node& node) {
+  node.m_linkBegin = static_cast<uint32_t>(m_map.m_links.size());
+  for (const auto element : node.m_element.children()) TakeElement(node, element);
+  if (node.m_shared) {
+    // What the entry says itself replaces what the structure says.
+    for (const auto element : node.m_shared.children()) {
+      if (element.type() != pugi::node_element) continue;
+      if (std::strcmp(element.name(), "StructEntry") == 0) continue;
+      if (node.m_element.child(element.name())) continue;
+      TakeElement(node, element);
+    }
+  }
+  node.Finish(*this);
+  node.m_linkCount = static_cast<uint32_t>(m_map.m_links.size()) - node.m_linkBegin;
+}
+
+namespace {
+
+bool ChangesOwner(Element role) {
+  switch (role) {
+    case Element::pValue:
+    case Element::pValueCopy:
+    case Element::pValueIndexed:
+    case Element::pValueDefault:
+    case Element::pVariable:
+    case Element::pAddress:
+    case Element::pIndex:
+    case Element::pOffset:
+    case Element::pLength:
+    case Element::pMin:
+    case Element::pMax:
+    case Element::pInc:
+    case Element::pIsImplemented:
+    case Element::pIsAvailable:
+    case Element::pIsLocked:
+    case Element::pCommandValue:
+    case Element::pPort:
+    case Element::pChunkID:
+    case Element::pEnumEntry:
+    case Element::pInvalidator:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+// One edge from each node to every node whose caches are void when it changes, stored node by node.
+void Builder::LinkDependents() {
+  std::vector<std::pair<Node*, Node*>> edges;
+  edges.reserve(m_map.m_links.size());
+  std::vector<Node*> chain;
+  for (Node* owner : m_map.m_nodes) {
+    for (const Link& link : owner->Links()) {
+      if (ChangesOwner(link.role)) {
+        edges.emplace_back(link.pTarget, owner);
+      } else if (link.role == Element::pSelected) {
+        // The device may keep one register per selector value behind one address, so the registers
+        // are void too.
+        chain.assign(1, link.pTarget);
+        for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
+          edges.emplace_back(owner, chain[i]);
+          for (const Link& next : chain[i]->Links()) {
+            if (next.role == Element::pValue && next.pTarget != owner)
+              chain.push_back(next.pTarget);
+          }
+        }
+      }
+    }
+  }
+  for (const auto& [from, to] : edges) ++from->m_dependentCount;
+  uint32_t at = 0;
+  for (Node* node : m_map.m_nodes) {
+    node->m_dependentBegin = at;
+    at += node->m_dependentCount;
+    node->m_dependentCount = 0;
+  }
+  m_map.m_dependents.resize(at);
+  for (const auto& [from, to] : edges) {
+    m_map.m_dependents[from->m_dependentBegin + from->m_dependentCount++] = to;
+  }
+}
+
+void Builder::MarkFeatures() {
+  std::vector<Node*> work;
+  if (Node* root = m_map.Find("Root")) work.push_back(root);
+  while (!work.empty()) {
+    Node* node = work.back();
+    work.pop_back();
+    if (node->m_feature) continue;
+    node->m_feature = true;
+    for (const Link& link : node->Links()) {
+      if (link.role == Element::pFeature) work.push_back(link.pTarget);
+    }
+  }
+}
+
+void Builder::Build() {
+  CreateAll(m_document.Root());
+  for (Node* node : m_map.m_nodes) TakeElements(*node);
+  m_map.m_links.shrink_to_fit();
+  LinkDependents();
+  MarkFeatures();
+  for (Node* node : m_map.m_nodes) {
+    if (node->m_pollingTime > 0) m_map.m_pollers.push_back(node);
+  }
+}
+
+}  // namespace OrvexGenApi

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "engine/NodeMap.h"
+
+#include <GenApi/GenApiVersion.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+
+#include "engine/Builder.h"
+#include "engine/Kinds.h"
+#include "engine/Limits.h"
+
+namespace OrvexGenApi {
+
+NodeMap::NodeMap(CLock* pUserLock)
+    : m_pLock(pUserLock ? pUserLock : &m_ownLock), m_maxReadDepth(sk_maxReadDepth) {}
+
+NodeMap::~NodeMap() {
+  ClearAllNodes();
+}
+
+void NodeMap::ClearAllNodes() {
+  ReadScope scope(*this);
+  m_byName.clear();
+  m_links.clear();
+  m_dependents.clear();
+  m_pollers.clear();
+  m_ports.clear();
+  m_changed.clear();
+  for (Node* node : m_nodes) delete node;
+  m_nodes.clear();
+  m_texts.clear();
+  m_numCallbacks = 0;
+  m_document.reset();
+}
+
+void NodeMap::Load(std::shared_ptr<const Document> document, const gcstring& deviceName,
+                   bool suppressStrings) {
+  ReadScope scope(*this);
+  ClearAllNodes();
+  m_document = std::move(document);
+  m_deviceName = deviceName.c_str();
+  m_suppressStrings = suppressStrings;
+  try {
+    Builder(*this, *m_document).Build();
+  } catch (...) {
+    ClearAllNodes();
+    throw;
+  }
+  for (Node* node : m_nodes) {
+    if (auto* port = dynamic_cast<PortNode*>(node)) m_ports.push_back(port);
+  }
+}
+
+// ---- look-up ----
+
+Node* NodeMap::Find(std::string_view name) const {
+  const auto found = m_byName.find(name);
+  return found == m_byName.end() ? nullptr : found->second;
+}
+
+INode* NodeMap::GetNode(const gcstring& Name) const {
+  ReadScope scope(*this);
+  std::string_view name = Name.c_str();
+  bool qualified = false;
+  ENameSpace wanted = Custom;
+  if (name.starts_with("Std::")) {
+    name.remove_prefix(5);
+    qualified = true;
+    wanted = Standard;
+  } else if (name.starts_with("Cust::")) {
+    name.remove_prefix(6);
+    qualified = true;
+  }
+  Node* node = Find(name);
+  if (node == nullptr) node = Find("EnumEntry_" + std::string(name));
+  if (node != nullptr && qualified && node->GetNameSpace() != wanted) return nullptr;
+  return node;
+}
+
+void NodeMap::GetNodes(NodeList_t& Nodes) const {
+  ReadScope scope(*this);
+  Nodes.reserve(Nodes.size() + m_nodes.size());
+  for (Node* node : m_nodes) Nodes.push_back(node);
+}
+
+gcstring NodeMap::GetDeviceName() {
+  return gcstring(m_deviceName.c_str());
+}
+
+PortNode* NodeMap::FindPort(const gcstring& name) const {
+  return dynamic_cast<PortNode*>(Find(name.c_str()));
+}
+
+bool NodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
+  auto& self = const_cast<NodeMap&>(*this);
+  WriteScope scope(self);
+  PortNode* port = FindPort(PortName);
+  if (port == nullptr) return false;
+  port->SetPortImpl(pPort);
+  scope.Finish();
+  return true;
+}
+bool NodeMap::Connect(IPort* pPort) const {
+  return Connect(pPort, "Device");
+}
+bool NodeMap::Connect(IPortStacked* pPort, const gcstring& PortName) {
+  return Connect(static_cast<IPort*>(pPort), PortName);
+}
+bool NodeMap::Connect(IPortStacked* pPort) {
+  return Connect(static_cast<IPort*>(pPort), "Device");
+}
+
+// ---- description ----
+
+gcstring NodeMap::Attribute(const char* pName) const {
+  ReadScope scope(*this);
+  return m_document ? gcstring(m_document->Root().attribute(pName).value()) : gcstring();
+}
+uint16_t NodeMap::VersionPart(const char* pName) const {
+  return m_document ? static_cast<uint16_t>(m_document->Root().attribute(pName).as_uint()) : 0;
+}
+void NodeMap::GetGenApiVersion(Version_t& Version, uint16_t& Build) {
+  Version.Major = GENAPI_VERSION_MAJOR;
+  Version.Minor = GENAPI_VERSION_MINOR;
+  Version.SubMinor = GENAPI_VERSION_SUBMINOR;
+  Build = GENAPI_VERSION_BUILD;
+}
+void NodeMap::GetSchemaVersion(Version_t& Version) {
+  Version.Major = VersionPart("SchemaMajorVersion");
+  Version.Minor = VersionPart("SchemaMinorVersion");
+  Version.SubMinor = VersionPart("SchemaSubMinorVersion");
+}
+void NodeMap::GetDeviceVersion(Version_t& Version) {
+  Version.Major = VersionPart("MajorVersion");
+  Version.Minor = VersionPart("MinorVersion");
+  Version.SubMinor = VersionPart("SubMinorVersion");
+}
+
+bool NodeMap::ParseSwissKnifes(gcstring_vector* pErrorList) const {
+  ReadScope scope(*this);
+  bool good = true;
+  for (Node* node : m_nodes) {
+    const auto* owner = dynamic_cast<const FormulaOwner*>(node);
+    if (owner == nullptr) continue;
+    const std::string error = owner->FormulaErrors();
+    if (error.empty()) continue;
+    good = false;
+    if (pErrorList) pErrorList->push_back((std::string(node->Name()) + ": " + error).c_str());
+  }
+  return good;
+}
+
+// ---- changes ----
+
+void NodeMap::FailCircle(const Node& node) const {
+  --m_readDepth;
+  GENAPI_RAISE(LogicalErrorException, node, "the node depends on itself or on too many others");
+}
+
+void NodeMap::NoteCallbacks(Node& node) {
+  if (m_numCallbacks == 0 || m_suppress == csmActive) return;
+  if (std::find(m_changed.begin(), m_changed.end(), &node) == m_changed.end() &&
+      node.HasCallbacks()) {
+    m_changed.push_back(&node);
+  }
+}
+
+// Breadth first over the dependents. The start counts as unvisited, so that a node that invalidates
+// itself in a circle loses its cache as well.
+void NodeMap::Spread(Node& start) {
+  if (++m_visit == 0) {
+    for (Node* node : m_nodes) node->m_visit = 0;
+    m_visit = 1;
+  }
+  const size_t base = m_work.size();
+  m_work.push_back(&start);
+  NoteCallbacks(start);
+  for (size_t i = base; i < m_work.size(); ++i) {
+    for (Node* dependent : m_work[i]->Dependents()) {
+      if (dependent->m_visit == m_visit) continue;
+      dependent->m_visit = m_visit;
+      dependent->DropCaches();
+      NoteCallbacks(*dependent);
+      if (dependent != &start) m_work.push_back(dependent);
+    }
+  }
+  m_work.resize(base);
+}
+
+void NodeMap::NodeChanged(Node& node) {
+  Spread(node);
+}
+
+void NodeMap::NodeInvalidated(Node& node) {
+  // What the node reads through is void too, else the next read would find the old value there.
+  Node* at = &node;
+  for (int i = 0; i < sk_maxReadDepth && at != nullptr; ++i) {
+    at->DropCaches();
+    at = at->FirstLinked(Element::pValue);
+  }
+  Spread(node);
+}
+
+void NodeMap::RegisterWritten(Node& owner, PortNode& port, int64_t address, int64_t length) {
+  port.DropOverlapping(owner, address, length);
+}
+
+void NodeMap::InvalidateNodes() const {
+  auto& self = const_cast<NodeMap&>(*this);
+  WriteScope scope(self);
+  for (Node* node : self.m_nodes) {
+    node->DropCaches();
+    self.NoteCallbacks(*node);
+  }
+  scope.Finish();
+}
+
+void NodeMap::Poll(int64_t ElapsedTime) {
+  WriteScope scope(*this);
+  for (Node* node : m_pollers) {
+    node->m_polled += ElapsedTime;
+    if (node->m_polled < node->m_pollingTime) continue;
+    node->m_polled = 0;
+    try {
+      const Node* block = node->FirstLinked(Element::pBlockPolling);
+      if (block && const_cast<Node*>(block)->ReadInt({}) != 0) continue;
+      if (!node->MayPoll()) continue;
+    } catch (const GENICAM_NAMESPACE::GenericException&) {
+      continue;  // what cannot be asked at the moment is asked the next time
+    }
+    NodeInvalidated(*node);
+  }
+  scope.Finish();
+}
+
+}  // namespace OrvexGenApi
