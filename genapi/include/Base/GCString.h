@@ -68,7 +68,9 @@ class GCBASE_API gcstring {
   bool operator==(const gcstring& str) const { return m_text == str.m_text; }
   bool operator==(const char* pc) const { return m_text == (pc ? pc : ""); }
   bool operator<(const gcstring& str) const { return m_text < str.m_text; }
+  bool operator<(const char* pc) const { return m_text < (pc ? pc : ""); }
   bool operator>(const gcstring& str) const { return m_text > str.m_text; }
+  bool operator>(const char* pc) const { return m_text > (pc ? pc : ""); }
   gcstring& operator+=(const gcstring& str);
   gcstring& operator+=(const char* pc);
   gcstring& operator+=(char ch);

@@ -18,6 +18,10 @@
 #define GENAPI_PERSISTENCE_MAGIC               "{05D8C294-F295-4dfb-9D01-096BD04049F4}"
 #define GENAPI_PERSISTENCE_MAGIC_FEATUREBAGGER "{4709CB3C-7322-4460-84C3-DA11DDA09939}"
 
+namespace OrvexGenApi {
+struct FeatureBagContent;
+}
+
 namespace GENAPI_NAMESPACE {
 
 // Where features are put by name and value.
@@ -111,6 +115,8 @@ class GENAPI_DECL CFeatureBagger {
   friend GENAPI_DECL std::istream& operator>>(std::istream& is, CFeatureBagger& featureBagger);
 
  private:
+  static OrvexGenApi::FeatureBagContent* Content(const CFeatureBag& bag);
+
   std::vector<CFeatureBag> m_bags;
   GENICAM_NAMESPACE::gcstring m_info;
 };
