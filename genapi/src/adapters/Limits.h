@@ -22,6 +22,8 @@ inline constexpr size_t sk_maxBags = 4096;
 inline constexpr size_t sk_maxSelectors = 64;
 // Combinations of selector values that one feature is walked through.
 inline constexpr size_t sk_maxSelectorSteps = 1000000;
+// Bytes of a device's file that are moved at once.
+inline constexpr int64_t sk_maxFileBlockBytes = int64_t(16) << 20;
 // How often refused values are tried again while settings are loaded.
 inline constexpr int sk_maxLoadPasses = 4;
 // How long a command that brackets storing or loading may take, and how often it is asked.
