@@ -42,7 +42,8 @@ enum PAYLOADTYPE_INFO_ORVEX_IDS {
 };
 
 /* Broadcasts a temporary IP configuration to the camera with this MAC (low 48 bits); addresses in
-   host order. Answers GC_ERR_TIMEOUT when no camera acknowledges on this interface. */
+ * host order. Silence is no failure, since the camera may sit behind another interface; a refusal
+ * answers GC_ERR_ACCESS_DENIED. */
 GC_API IFForceIp(IF_HANDLE hIface, uint64_t mac, uint64_t ip, uint64_t subnet, uint64_t gateway);
 
 /* Addresses that IFUpdateDeviceList asks directly, beside its broadcast; network order. Adding

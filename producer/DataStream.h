@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// A data stream module: the announced buffers, the queues they wait in, and the acquisition that
+// fills them. Owned by its Device. Any thread may call; m_eventMutex (of Module) guards buffers,
+// queues and counters, m_controlMutex serialises start and stop and is taken first.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+
+#include "producer/StreamBuffer.h"
+#include "producer/StreamReceiver.h"
+
+namespace OrvexGev {
+
+class Device;
+
+enum class HandlingMode : int64_t { OldestFirst = 0, OldestFirstOverwrite = 1, NewestOnly = 2 };
+
+struct StreamCounters {
+  uint64_t delivered = 0;  // since the last start
+  uint64_t underrun = 0;   // since the stream was opened, as started
+  uint64_t started = 0;
+};
+
+class DataStream final : public Module, public FrameSink {
+ public:
+  static constexpr Kind sk_kind = Kind::DataStream;
+
+  static std::shared_ptr<DataStream> Create(std::shared_ptr<Device> parent, uint32_t index,
+                                            std::string id);
+  ~DataStream() override;
+  void Close();
+
+  std::shared_ptr<Device> Parent() const { return m_parent.lock(); }
+  PortIdentity Identity() const override;
+
+  std::shared_ptr<StreamBuffer> Announce(void* pMemory, size_t size, void* pPrivate);
+  void Revoke(const std::shared_ptr<StreamBuffer>& buffer);
+  void Queue(const std::shared_ptr<StreamBuffer>& buffer);
+  void Flush(GenTL::ACQ_QUEUE_TYPE operation);
+  std::shared_ptr<StreamBuffer> BufferAt(uint32_t index) const;
+  // A buffer of this stream; throws GC_ERR_INVALID_HANDLE for others.
+  std::shared_ptr<StreamBuffer> BufferOf(const void* handle) const;
+  void BufferInfo(const StreamBuffer& buffer, GenTL::BUFFER_INFO_CMD command,
+                  InfoQuery query) const;
+  void BufferChunks(const StreamBuffer& buffer, GenTL::SINGLE_CHUNK_DATA* chunks,
+                    size_t* count) const;
+
+  void Start(GenTL::ACQ_START_FLAGS flags, uint64_t count);
+  void Stop(GenTL::ACQ_STOP_FLAGS flags);
+  void Info(GenTL::STREAM_INFO_CMD command, InfoQuery query) const;
+
+  void SetupResend(uint64_t windowFrames, double frameRate);
+  void WaitForNextLeader(uint64_t timeoutMs);
+  void ResetWaitForNextLeader();
+
+ private:
+  class OutputSource;
+  DataStream(std::shared_ptr<Device> parent, uint32_t index, std::string id);
+  static std::unique_ptr<FeatureTable> MakeFeatures(DataStream& self);
+  static void AddStatistics(FeatureTable& table, DataStream* self);
+  static void AddSettings(FeatureTable& table, DataStream* self);
+
+  std::shared_ptr<EventSource> MakeSource(GenTL::EVENT_TYPE type) override;
+
+  // FrameSink, on the receiver thread.
+  bool Take(FrameTarget& target) override;
+  void Deliver(const FrameTarget& target, const FrameInfo& info) override;
+  void LeaderSeen(uint64_t blockId) override;
+  void RequestResend(const GigEVision::PacketResend& resend) override;
+
+  void PutOutLocked(StreamBuffer& buffer);
+  void ToInputLocked(StreamBuffer& buffer);
+  size_t LargestBufferLocked() const;
+  ReceiverSettings MakeReceiverSettings();
+  uint32_t ReadPacketSize() const;
+  void WritePacketSize(uint32_t size);
+  std::shared_ptr<StreamReceiver> Receiver() const;
+  AssemblerStatistics PacketStatistics() const;
+  std::string SocketAdvice() const;
+
+  const std::weak_ptr<Device> m_parent;
+  const uint32_t m_index;
+  const std::string m_id;
+
+  std::mutex m_controlMutex;
+  std::shared_ptr<StreamReceiver>
+      m_receiver;  // guarded by m_eventMutex for reading; kept after a stop for its statistics
+
+  // Guarded by m_eventMutex.
+  std::vector<std::shared_ptr<StreamBuffer>> m_buffers;
+  BufferQueue m_input{Place::Input};
+  BufferQueue m_output{Place::Output};
+  size_t m_filling = 0;
+  StreamCounters m_counters;
+  uint64_t m_limit = 0;
+  bool m_started = false;   // needs a stop
+  bool m_grabbing = false;  // started, and the number of frames is not reached yet
+  bool m_closed = false;
+  bool m_poolGoesRound = false;  // set up by the resend extension, see Start
+  bool m_shortfallReported = false;
+  int64_t m_handlingMode = 0;
+  int64_t m_engine = 0;
+  int64_t m_negotiate = 1;
+  int64_t m_resend = 1;
+  int64_t m_resendTries = 10;
+  int64_t m_retentionMs = 200;
+  uint64_t m_resendWindow = 0;
+  double m_frameRate = 0;
+  std::condition_variable m_leaderChanged;
+  uint64_t m_leaders = 0, m_leadersReported = 0, m_leaderResets = 0;
+  uint32_t m_ownPacketSize =
+      0;  // what the camera had when it was opened, or what was negotiated since
+  bool m_packetSizeGiven = false;  // through the stream's node map
+};
+
+}  // namespace OrvexGev

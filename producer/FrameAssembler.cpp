@@ -1,0 +1,367 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "producer/FrameAssembler.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "producer/FrameSlot.h"
+
+namespace OrvexGev {
+
+namespace Gev = GigEVision;
+
+namespace {
+
+constexpr size_t sk_smallestData =
+    64;  // bytes per packet that the packet bits are laid out for at least
+constexpr int64_t sk_restartDistance = 1000;  // block ids; farther back is a camera that began anew
+constexpr auto sk_restartPause = 1s;
+
+// Bytes of an image, 0 when the format has no size.
+uint64_t ImageBytes(const Gev::ImageFields& image, uint64_t lines) {
+  const uint64_t bits = image.pixelFormat >> 16 & 0xFF;
+  if (image.paddingX == 0) return (uint64_t{image.sizeX} * lines * bits + 7) / 8 + image.paddingY;
+  return ((uint64_t{image.sizeX} * bits + 7) / 8 + image.paddingX) * lines + image.paddingY;
+}
+
+}  // namespace
+
+FrameAssembler::FrameAssembler(const AssemblerSettings& settings, FrameSink& sink)
+    : m_settings(settings),
+      m_sink(sink),
+      m_reorder(settings.reorderWindow),
+      m_resendTimeout(settings.resendTimeout) {
+  const size_t perPacket =
+      std::max(sk_smallestData, Gev::DataPerPacket(settings.packetSize, true) / 2);
+  const size_t packets =
+      std::min<size_t>(settings.largestBuffer / perPacket + 64, sk_maxPacketsPerFrame);
+  for (auto& slot : m_slots) {
+    slot = std::make_unique<Slot>();
+    slot->bits.assign((packets + 63) / 64, 0);
+    slot->refusedBits.assign(slot->bits.size(), 0);
+  }
+}
+
+FrameAssembler::~FrameAssembler() = default;
+
+std::chrono::microseconds FrameAssembler::ReorderWindow() const {
+  return std::chrono::duration_cast<std::chrono::microseconds>(m_reorder);
+}
+
+FrameAssembler::Slot* FrameAssembler::FindSlot(uint64_t blockId) {
+  for (size_t i = m_count; i-- > 0;) {
+    if (At(i).id == blockId) return &At(i);
+  }
+  return nullptr;
+}
+
+int64_t FrameAssembler::Ahead(uint64_t blockId, bool extendedIds) const {
+  if (extendedIds) return static_cast<int64_t>(blockId - m_newest);
+  // 65535 ids, 0 is left out.
+  int64_t distance = static_cast<int64_t>(blockId) - static_cast<int64_t>(m_newest);
+  if (distance > 32767) distance -= 65535;
+  if (distance < -32767) distance += 65535;
+  return distance;
+}
+
+bool FrameAssembler::WasDropped(uint64_t blockId) const {
+  return std::ranges::find(m_dropped, blockId) != m_dropped.end();
+}
+
+// A camera that starts anew counts from 1 again; its leader is younger than the newest although its
+// id is older.
+bool FrameAssembler::NoteRestart(const Gev::PacketHeader& header, std::span<const uint8_t> content,
+                                 Clock::time_point now) {
+  const int64_t ahead = Ahead(header.blockId, header.extendedIds);
+  bool restart =
+      ahead < -sk_restartDistance || (m_count == 0 && now - m_lastPacket > sk_restartPause);
+  if (!restart &&
+      (header.format == Gev::PacketFormat::Leader || header.format == Gev::PacketFormat::AllIn)) {
+    const auto leader = Gev::DecodeLeader(content);
+    restart = leader && leader->timestamp > m_newestTimestamp && m_newestTimestamp != 0;
+  }
+  if (!restart) return false;
+  Abort();
+  m_seenAny = false;
+  m_dropped.fill(0);
+  return true;
+}
+
+FrameAssembler::Slot* FrameAssembler::StartFrame(const Gev::PacketHeader& header,
+                                                 Clock::time_point now) {
+  if (m_draining) return nullptr;
+  if (m_seenAny) {
+    const int64_t ahead = Ahead(header.blockId, header.extendedIds);
+    if (ahead > 1) m_statistics.framesMissed += static_cast<uint64_t>(ahead) - 1;
+  }
+  m_seenAny = true;
+  m_newest = header.blockId;
+  ++m_statistics.framesStarted;
+  if (m_count == sk_maxActiveFrames) {
+    Finish(At(0));
+    m_head = (m_head + 1) % sk_maxActiveFrames;
+    --m_count;
+    DeliverReady();
+  }
+  FrameTarget target;
+  if (!m_sink.Take(target)) {
+    ++m_statistics.framesUnderrun;
+    m_dropped[m_nextDropped++ % m_dropped.size()] = header.blockId;
+    return nullptr;
+  }
+  Slot& slot = At(m_count++);
+  slot.Reset();
+  slot.id = header.blockId;
+  slot.extendedIds = header.extendedIds;
+  slot.target = target;
+  slot.info.newData = true;
+  slot.info.blockId = header.blockId;
+  slot.info.bigEndianPixels = m_settings.bigEndianPixels;
+  slot.dataPerPacket = Gev::DataPerPacket(m_settings.packetSize, header.extendedIds);
+  slot.last = now;
+  return &slot;
+}
+
+void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) {
+  ++m_statistics.packets;
+  m_statistics.bytes += datagram.size();
+  const auto header = Gev::DecodePacketHeader(datagram);
+  if (!header) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (header->blockId == 0) {
+    ++m_statistics.testPackets;
+    return;
+  }
+  const std::span<const uint8_t> content = datagram.subspan(header->Size());
+  Slot* slot = FindSlot(header->blockId);
+  if (slot == nullptr) {
+    if (WasDropped(header->blockId)) {
+      ++m_statistics.packetsWithoutBuffer;
+      return;
+    }
+    const bool newer = !m_seenAny || Ahead(header->blockId, header->extendedIds) > 0;
+    if (Gev::IsError(header->status) || (!newer && !NoteRestart(*header, content, now))) {
+      ++m_statistics.latePackets;
+      return;
+    }
+    slot = StartFrame(*header, now);
+    if (slot == nullptr) {
+      ++m_statistics.packetsWithoutBuffer;
+      return;
+    }
+  } else if (slot->next > 0) {
+    m_longestPause = std::max(m_longestPause, std::min<Clock::duration>(now - slot->last, 1s));
+  }
+  m_lastPacket = slot->last = now;
+  switch (header->format) {
+    case Gev::PacketFormat::Leader:
+      OnLeader(*slot, *header, content);
+      break;
+    case Gev::PacketFormat::Trailer:
+      OnTrailer(*slot, *header, content);
+      break;
+    case Gev::PacketFormat::AllIn:
+      OnAllIn(*slot, *header, content);
+      break;
+    default:
+      OnData(*slot, *header, content);
+      break;
+  }
+  if (Complete(*slot)) DeliverReady();
+}
+
+bool FrameAssembler::MarkPacket(Slot& slot, uint32_t packetId, const Gev::PacketHeader& header,
+                                Clock::time_point now) {
+  if (packetId >= slot.Capacity()) {
+    ++m_statistics.malformedPackets;
+    return false;
+  }
+  if (slot.Has(packetId)) {
+    ++m_statistics.duplicatePackets;
+    // The original came after all: what was asked for had only been late.
+    if (slot.asked > 0) m_reorder = std::min<decltype(m_reorder)>(m_reorder * 1.5, 20ms);
+    return false;
+  }
+  Slot::Set(slot.bits, packetId);
+  ++slot.received;
+  if (packetId >= slot.next) {
+    if (packetId > slot.next) NoteGap(slot, slot.next, packetId - 1, now);
+    slot.next = packetId + 1;
+    if (slot.tail.tries > 0) ++m_statistics.resentPackets;
+  } else {
+    NoteLateArrival(slot, packetId, header.Resent(), now);
+  }
+  return true;
+}
+
+void FrameAssembler::OnLeader(Slot& slot, const Gev::PacketHeader& header,
+                              std::span<const uint8_t> content) {
+  if (Gev::IsError(header.status)) return OnRefusal(slot, header);
+  const auto leader = Gev::DecodeLeader(content);
+  if (!leader) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (!MarkPacket(slot, header.packetId, header, slot.last)) return;
+  ApplyLeader(slot, *leader);
+  m_sink.LeaderSeen(slot.id);
+}
+
+void FrameAssembler::ApplyLeader(Slot& slot, const Gev::Leader& leader) {
+  FrameInfo& info = slot.info;
+  info.hasLeader = true;
+  info.wireType = leader.payloadType;
+  info.timestamp = leader.timestamp;
+  info.pixelFormat = leader.image.pixelFormat;
+  info.width = leader.image.sizeX;
+  info.height = info.deliveredHeight = leader.image.sizeY;
+  info.offsetX = leader.image.offsetX;
+  info.offsetY = leader.image.offsetY;
+  info.paddingX = leader.image.paddingX;
+  info.paddingY = leader.image.paddingY;
+  const size_t length = std::min(leader.fileName.size(), info.fileName.size() - 1);
+  std::copy_n(leader.fileName.begin(), length, info.fileName.begin());
+  slot.expected = leader.payloadSize;
+  if (leader.Type() == Gev::PayloadType::Image && !leader.HasChunks()) {
+    slot.expected = ImageBytes(leader.image, leader.image.sizeY);
+  }
+  m_newestTimestamp = std::max(m_newestTimestamp, leader.timestamp);
+  m_lastGeometry = info;
+}
+
+void FrameAssembler::OnTrailer(Slot& slot, const Gev::PacketHeader& header,
+                               std::span<const uint8_t> content) {
+  if (Gev::IsError(header.status) && header.status != Gev::Status::DataOverrun)
+    return OnRefusal(slot, header);
+  const auto trailer = Gev::DecodeTrailer(content);
+  // A trailer in front of packets that were already seen would make the frame end before its data.
+  if (!trailer || header.packetId + 1 < slot.next) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (!MarkPacket(slot, header.packetId, header, slot.last)) return;
+  slot.trailer = true;
+  slot.trailerId = m_lastTrailerId = header.packetId;
+  slot.overrun = header.status == Gev::Status::DataOverrun;
+  ApplyTrailer(slot, *trailer);
+}
+
+void FrameAssembler::ApplyTrailer(Slot& slot, const Gev::Trailer& trailer) {
+  FrameInfo& info = slot.info;
+  if (trailer.HasChunkLength()) {
+    info.chunkSize = trailer.chunkLength;
+    info.chunkLayoutId = trailer.chunkLayoutId;
+  }
+  const Gev::PayloadType type = trailer.Type();
+  if (type == Gev::PayloadType::Image || type == Gev::PayloadType::ExtendedChunk)
+    info.deliveredHeight = trailer.sizeY;
+}
+
+void FrameAssembler::OnData(Slot& slot, const Gev::PacketHeader& header,
+                            std::span<const uint8_t> content) {
+  if (Gev::IsError(header.status)) return OnRefusal(slot, header);
+  if (header.packetId == 0 || !Gev::IsDataFormat(header.format) || content.empty() ||
+      (slot.trailer && header.packetId >= slot.trailerId)) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (content.size() > slot.dataPerPacket) {
+    // The camera rounded the packet size up: the first packet of a frame tells. Later ones cannot
+    // move what is placed.
+    if (slot.hasData) {
+      ++m_statistics.malformedPackets;
+      return;
+    }
+    slot.dataPerPacket = content.size();
+  }
+  if (!MarkPacket(slot, header.packetId, header, slot.last)) return;
+  slot.hasData = true;
+  Store(slot, uint64_t{header.packetId - 1} * slot.dataPerPacket, content);
+}
+
+void FrameAssembler::OnAllIn(Slot& slot, const Gev::PacketHeader& header,
+                             std::span<const uint8_t> content) {
+  if (Gev::IsError(header.status)) return OnRefusal(slot, header);
+  const auto all = Gev::DecodeAllIn(content);
+  if (!all || header.packetId != 0) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (!MarkPacket(slot, 0, header, slot.last)) return;
+  ApplyLeader(slot, all->leader);
+  m_sink.LeaderSeen(slot.id);
+  ApplyTrailer(slot, all->trailer);
+  slot.trailer = true;
+  slot.trailerId = 0;
+  Store(slot, 0, all->data);
+}
+
+void FrameAssembler::Store(Slot& slot, uint64_t offset, std::span<const uint8_t> data) {
+  slot.sent += data.size();
+  // The network pads short packets, and some cameras fill the last one: beyond the image there is
+  // nothing.
+  if (slot.expected != 0 && offset < slot.expected) {
+    data = data.first(std::min<uint64_t>(data.size(), slot.expected - offset));
+  }
+  const uint64_t room = offset < slot.target.size ? slot.target.size - offset : 0;
+  if (data.size() > room) {
+    slot.info.largerThanBuffer = true;
+    data = data.first(room);
+  }
+  if (data.empty()) return;
+  std::memcpy(slot.target.base + offset, data.data(), data.size());
+  slot.info.filled += data.size();
+}
+
+bool FrameAssembler::Complete(const Slot& slot) const {
+  return slot.info.hasLeader && slot.trailer && slot.received == slot.trailerId + 1;
+}
+
+void FrameAssembler::DeliverReady() {
+  while (m_count > 0 && Complete(At(0))) {
+    Finish(At(0));
+    m_head = (m_head + 1) % sk_maxActiveFrames;
+    --m_count;
+  }
+}
+
+void FrameAssembler::Finish(Slot& slot) {
+  FrameInfo& info = slot.info;
+  const bool complete = Complete(slot) && !slot.overrun && !info.largerThanBuffer;
+  info.incomplete = !complete;
+  if (!info.hasLeader && m_lastGeometry.hasLeader) {
+    // The format cannot have changed while it is locked; the frame stays marked as incomplete.
+    FrameInfo borrowed = m_lastGeometry;
+    borrowed.newData = true;
+    borrowed.incomplete = true;
+    borrowed.hasLeader = false;
+    borrowed.largerThanBuffer = info.largerThanBuffer;
+    borrowed.blockId = info.blockId;
+    borrowed.timestamp = 0;
+    borrowed.filled = info.filled;
+    borrowed.chunkSize = info.chunkSize;
+    borrowed.chunkLayoutId = info.chunkLayoutId;
+    info = borrowed;
+  }
+  info.dataSize = static_cast<size_t>(info.chunkSize != 0 ? info.chunkSize : slot.expected);
+  if (info.dataSize == 0) info.dataSize = static_cast<size_t>(slot.sent);
+  const uint32_t packets =
+      slot.trailer ? slot.trailerId + 1 : std::max(slot.next, m_lastTrailerId + 1);
+  m_statistics.lostPackets += packets - std::min(packets, slot.received);
+  ++(complete ? m_statistics.framesComplete : m_statistics.framesIncomplete);
+  // What was measured fades, so that one bad moment does not slow all later requests.
+  m_reorder = std::max<decltype(m_reorder)>(m_settings.reorderWindow / 4, m_reorder * 0.998);
+  m_sink.Deliver(slot.target, info);
+}
+
+void FrameAssembler::Abort() {
+  while (m_count > 0) {
+    Finish(At(0));
+    m_head = (m_head + 1) % sk_maxActiveFrames;
+    --m_count;
+  }
+}
+
+}  // namespace OrvexGev

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "producer/GcError.h"
+
+#include <atomic>
+#include <new>
+#include <system_error>
+
+namespace OrvexGev {
+
+namespace {
+
+std::atomic<uint64_t> g_epoch{0};
+
+}  // namespace
+
+LastError& ThreadLastError() {
+  thread_local LastError t_lastError;
+  thread_local uint64_t t_epoch = 0;
+  if (const uint64_t now = g_epoch; t_epoch != now) {
+    t_epoch = now;
+    t_lastError = {};
+  }
+  return t_lastError;
+}
+
+void BeginErrorEpoch() {
+  ++g_epoch;
+}
+
+namespace {
+
+void Store(GenTL::GC_ERROR code, const char* text) noexcept {
+  try {
+    ThreadLastError() = {code, text};
+  } catch (...) {
+    // No memory for the text: the code alone is still true.
+    ThreadLastError().code = code;
+    ThreadLastError().text.clear();
+  }
+}
+
+}  // namespace
+
+GenTL::GC_ERROR StoreCurrentException() noexcept {
+  try {
+    throw;
+  } catch (const GcError& error) {
+    Store(error.Code(), error.what());
+    return error.Code();
+  } catch (const std::bad_alloc&) {
+    Store(GenTL::GC_ERR_OUT_OF_MEMORY, "Out of memory");
+    return GenTL::GC_ERR_OUT_OF_MEMORY;
+  } catch (const std::system_error& error) {
+    Store(GenTL::GC_ERR_IO, error.what());
+    return GenTL::GC_ERR_IO;
+  } catch (const std::exception& error) {
+    Store(GenTL::GC_ERR_ERROR, error.what());
+    return GenTL::GC_ERR_ERROR;
+  } catch (...) {
+    Store(GenTL::GC_ERR_ERROR, "Unknown failure");
+    return GenTL::GC_ERR_ERROR;
+  }
+}
+
+}  // namespace OrvexGev
