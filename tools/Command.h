@@ -19,6 +19,10 @@ void AddSetCommand(CLI::App& program, Output& output);
 void AddExecuteCommand(CLI::App& program, Output& output);
 void AddGrabCommand(CLI::App& program, Output& output);
 void AddStreamCommand(CLI::App& program, Output& output);
+void AddSaveCommand(CLI::App& program, Output& output);
+void AddLoadCommand(CLI::App& program, Output& output);
+void AddConvertCommand(CLI::App& program, Output& output);
+void AddForceIpCommand(CLI::App& program, Output& output);
 void AddSimCommand(CLI::App& program, Output& output);
 
 inline constexpr const char* sk_deviceHelp =

@@ -17,8 +17,9 @@ namespace OrvexTools {
 namespace {
 
 constexpr auto sk_addCommands = {
-    &AddListCommand,    &AddInfoCommand, &AddFeaturesCommand, &AddGetCommand, &AddSetCommand,
-    &AddExecuteCommand, &AddGrabCommand, &AddStreamCommand,   &AddSimCommand,
+    &AddListCommand,    &AddInfoCommand,    &AddFeaturesCommand, &AddGetCommand,  &AddSetCommand,
+    &AddExecuteCommand, &AddGrabCommand,    &AddStreamCommand,   &AddSaveCommand, &AddLoadCommand,
+    &AddConvertCommand, &AddForceIpCommand, &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

@@ -1,0 +1,29 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// Reads back the picture files that PictureFile.h writes: PNG and TIFF of 8 or 16 bits, grey or
+// red-green-blue, and raw bytes described by the JSON file beside them. Files are not trusted:
+// sizes are checked before memory is taken.
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace OrvexTools {
+
+// Largest picture that is read, in bytes of pixels.
+inline constexpr std::uint64_t sk_maxPictureBytes = std::uint64_t{1} << 31;
+
+// Pixels without padding between rows; samples of 16 bits in host byte order.
+struct LoadedPicture {
+  std::uint64_t width = 0;
+  std::uint64_t height = 0;
+  std::string format;  // name of the pixel format
+  std::vector<std::uint8_t> bytes;
+};
+
+// By the name's ending. Throws Misuse for an unknown ending and Failure for a file that cannot be
+// read.
+LoadedPicture ReadPicture(const std::filesystem::path& name);
+
+}  // namespace OrvexTools
