@@ -88,7 +88,8 @@ TEST_F(PictureFiles, ComeBackAsTheyWereWritten) {
 }
 
 TEST_F(PictureFiles, ThatLieAreRefused) {
-  const Picture picture{64, 64, 1, 8, 64, std::vector<std::uint8_t>(64 * 64)};
+  const std::vector<std::uint8_t> bytes(64 * 64);
+  const Picture picture{64, 64, 1, 8, 64, bytes};
   WritePng(m_folder / "cut.png", picture);
   std::filesystem::resize_file(m_folder / "cut.png",
                                std::filesystem::file_size(m_folder / "cut.png") - 30);
