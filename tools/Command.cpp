@@ -16,15 +16,18 @@ void AddJsonFlag(CLI::App& command, Output& output) {
   command.add_flag("--json", output.json, "Write the result as JSON");
 }
 
-void AddWaitOption(CLI::App& command, Search& search) {
+void AddSearchOptions(CLI::App& command, Search& search) {
   command.add_option("--wait", search.waitMs, "Milliseconds to listen for cameras")
       ->check(CLI::Range(1U, sk_maxWaitMs))
       ->capture_default_str();
+  command.add_option(
+      "--unicast", search.unicast,
+      "Also ask this IPv4 address, for a camera behind a router; may be given several times");
 }
 
 void AddDeviceArgument(CLI::App& command, Search& search) {
   command.add_option("DEVICE", search.device, sk_deviceHelp);
-  AddWaitOption(command, search);
+  AddSearchOptions(command, search);
 }
 
 void AddModuleOption(CLI::App& command, FeaturePlace& place) {
@@ -35,7 +38,7 @@ void AddModuleOption(CLI::App& command, FeaturePlace& place) {
                   "system)")
       ->check(CLI::IsMember({"camera", "device", "stream", "interface", "system"}))
       ->capture_default_str();
-  AddWaitOption(command, place.search);
+  AddSearchOptions(command, place.search);
 }
 
 GenApi::INodeMap& NodesOf(Library& library, Camera& camera, const FoundCamera& found,

@@ -22,6 +22,7 @@ void AddStreamCommand(CLI::App& program, Output& output);
 void AddSaveCommand(CLI::App& program, Output& output);
 void AddLoadCommand(CLI::App& program, Output& output);
 void AddConvertCommand(CLI::App& program, Output& output);
+void AddActionCommand(CLI::App& program, Output& output);
 void AddForceIpCommand(CLI::App& program, Output& output);
 void AddSimCommand(CLI::App& program, Output& output);
 
@@ -34,6 +35,7 @@ inline constexpr const char* sk_deviceHelp =
 struct Search {
   std::string device;
   unsigned waitMs = static_cast<unsigned>(sk_discoveryTime.count());
+  std::vector<std::string> unicast;
 
   Milliseconds Wait() const { return Milliseconds(waitMs); }
 };
@@ -41,10 +43,10 @@ struct Search {
 // `--json`
 void AddJsonFlag(CLI::App& command, Output& output);
 
-// `--wait MS`
-void AddWaitOption(CLI::App& command, Search& search);
+// `--wait MS` and `--unicast IP`
+void AddSearchOptions(CLI::App& command, Search& search);
 
-// `DEVICE` and `--wait MS`
+// `DEVICE` and the search options
 void AddDeviceArgument(CLI::App& command, Search& search);
 
 // The module whose features a command works on: `--module camera|device|stream|interface|system`,

@@ -19,7 +19,7 @@ namespace {
 constexpr auto sk_addCommands = {
     &AddListCommand,    &AddInfoCommand,    &AddFeaturesCommand, &AddGetCommand,  &AddSetCommand,
     &AddExecuteCommand, &AddGrabCommand,    &AddStreamCommand,   &AddSaveCommand, &AddLoadCommand,
-    &AddConvertCommand, &AddForceIpCommand, &AddSimCommand,
+    &AddConvertCommand, &AddForceIpCommand, &AddActionCommand,   &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

@@ -48,7 +48,15 @@ std::vector<CameraFacts> FactsOf(const std::vector<FoundCamera>& cameras) {
 
 }  // namespace
 
-Library::Library() : m_pSystem(Orvex::OpenSystem()) {}
+Library::Library(const std::vector<std::string>& unicast) : m_pSystem(Orvex::OpenSystem()) {
+  try {
+    for (const std::string& address : unicast)
+      m_pSystem->AddUnicastDiscoveryDevice(address.c_str());
+  } catch (...) {
+    Orvex::CloseSystem(m_pSystem);
+    throw;
+  }
+}
 
 Library::~Library() {
   try {

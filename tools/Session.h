@@ -33,7 +33,8 @@ struct FoundCamera {
 // The library, open from construction to destruction; one at a time.
 class Library {
  public:
-  Library();
+  // `unicast`: IPv4 addresses that discovery asks besides its broadcasts.
+  explicit Library(const std::vector<std::string>& unicast = {});
   ~Library();
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;

@@ -14,7 +14,7 @@ struct Options {
 void RunExecute(Options& options) {
   const std::string name =
       SplitWords(options.words, 1, "execute [DEVICE] FEATURE", options.place).front();
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, options.place.IsCamera() ? Access::Control : Access::Read);
   ExecuteFeature(NodesOf(library, camera, found, options.place.module), name);

@@ -29,7 +29,7 @@ void PrintTree(const Output& output, const std::vector<ListedFeature>& features)
 void RunFeatures(const Options& options, const Output& output) {
   GenApi::EVisibility visibility = GenApi::Expert;
   GenApi::EVisibilityClass::FromString(options.visibility.c_str(), &visibility);
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, Access::Read);
   GenApi::INodeMap& nodes = NodesOf(library, camera, found, options.place.module);

@@ -29,7 +29,7 @@ void RunForceIp(const Options& options, const Output& output) {
   if (ip == 0 || (mask != ~std::uint32_t{0} && (host == 0 || host == ~mask))) {
     throw Misuse(fmt::format("{} is no address for a single camera in that subnet", options.ip));
   }
-  Library library;
+  Library library(options.search.unicast);
   library.System().ForceIp(mac, ip, mask, gateway);
   // The camera takes a moment; that it then answers at the address is the proof.
   for (int round = 0; round < 5; ++round) {
@@ -59,7 +59,7 @@ void AddForceIpCommand(CLI::App& program, Output& output) {
   pCommand->add_option("--mask", pOptions->mask, "Subnet mask, or number of its leading ones")
       ->capture_default_str();
   pCommand->add_option("--gateway", pOptions->gateway, "Gateway")->capture_default_str();
-  AddWaitOption(*pCommand, pOptions->search);
+  AddSearchOptions(*pCommand, pOptions->search);
   pCommand->callback([pOptions, &output] { RunForceIp(*pOptions, output); });
 }
 

@@ -19,7 +19,7 @@ struct Options {
 void RunGet(Options& options, const Output& output) {
   const std::string name =
       SplitWords(options.words, 1, "get [DEVICE] FEATURE", options.place).front();
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, Access::Read);
   const Record feature =

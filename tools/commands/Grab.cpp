@@ -26,7 +26,7 @@ constexpr Field sk_columns[] = {
 
 void RunGrab(const Options& options, const Output& output) {
   if (!options.file.empty()) KindOf(options.file);
-  Library library;
+  Library library(options.search.unicast);
   Camera camera(library, library.Find(options.search.device, options.search.Wait()),
                 Access::Control);
   std::optional<Setting> format;

@@ -54,7 +54,7 @@ Record AddressSources(const CameraFacts& camera) {
 }
 
 void RunInfo(const Search& search, const Output& output) {
-  Library library;
+  Library library(search.unicast);
   const FoundCamera found = library.Find(search.device, search.Wait());
   Camera camera(library, found, Access::Read);
   const CameraFacts& facts = camera.Facts();

@@ -24,7 +24,7 @@ Record DescribeCamera(const CameraFacts& camera) {
 }
 
 void RunList(const Search& search, const Output& output) {
-  Library library;
+  Library library(search.unicast);
   Record rows = Record::array();
   for (const FoundCamera& camera : library.Discover(search.Wait()))
     rows.push_back(DescribeCamera(camera.facts));
@@ -37,7 +37,7 @@ void AddListCommand(CLI::App& program, Output& output) {
   auto pSearch = std::make_shared<Search>();
   CLI::App* pCommand = program.add_subcommand("list", "List the cameras that answer");
   AddJsonFlag(*pCommand, output);
-  AddWaitOption(*pCommand, *pSearch);
+  AddSearchOptions(*pCommand, *pSearch);
   pCommand->callback([pSearch, &output] { RunList(*pSearch, output); });
 }
 

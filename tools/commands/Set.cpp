@@ -17,7 +17,7 @@ struct Options {
 void RunSet(Options& options, const Output& output) {
   const std::vector<std::string> words =
       SplitWords(options.words, 2, "set [DEVICE] FEATURE VALUE", options.place);
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, options.place.IsCamera() ? Access::Control : Access::Read);
   GenApi::INodeMap& nodes = NodesOf(library, camera, found, options.place.module);

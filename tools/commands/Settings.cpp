@@ -57,7 +57,7 @@ std::string Written(Orvex::FeatureStream& stream) {
 void RunSave(Options& options, const Output& output) {
   const std::string name =
       SplitWords(options.words, 1, "save [DEVICE] FILE", options.place).front();
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, Access::Read);
   Orvex::FeatureStream stream(&NodesOf(library, camera, found, options.place.module));
@@ -75,7 +75,7 @@ void RunLoad(Options& options, const Output& output) {
   const std::string name =
       SplitWords(options.words, 1, "load [DEVICE] FILE", options.place).front();
   const std::vector<SettingLine> lines = ParseSettings(FileContent(name));
-  Library library;
+  Library library(options.place.search.unicast);
   const FoundCamera found = library.Find(options.place.search.device, options.place.search.Wait());
   Camera camera(library, found, options.place.IsCamera() ? Access::Control : Access::Read);
   GenApi::INodeMap& nodes = NodesOf(library, camera, found, options.place.module);

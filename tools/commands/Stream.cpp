@@ -108,7 +108,7 @@ void PrintLiveLine(Camera& camera, RateMeter& meter, const Output& output) {
 }
 
 void RunStream(const Options& options, const Output& output) {
-  Library library;
+  Library library(options.search.unicast);
   Camera camera(library, library.Find(options.search.device, options.search.Wait()),
                 Access::Control);
   std::optional<Setting> format;
