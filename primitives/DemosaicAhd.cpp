@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Adaptive homogeneity-directed demosaicing after K. Hirakawa and T. W. Parks, IEEE Transactions on
-// Image Processing 14(3), 2005: the picture is interpolated once along lines and once along
-// columns; each pixel is taken from the one that is more homogeneous around it, as CIELab sees it;
-// medians of the colour differences then remove what is left of false colour. Lines stream through
-// the stages, each of which runs a line or more behind the one before it.
+// Image Processing 14(3), 2005. Green is interpolated once along lines and once along columns; each
+// pixel takes it from the picture that is more homogeneous around the pixel, as CIELab sees it; red
+// and blue follow by their difference to green, whose median removes false colour. Lines stream
+// through the stages, each of which runs a line or more behind the one before it.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/DemosaicAhd.cpp"
 #include <hwy/foreach_target.h>
@@ -16,69 +16,62 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvex::Primitives::HWY_NAMESPACE {
 
-// How often the medians are applied.
-constexpr int sk_medianPasses = 2;
-
 template <class T>
 class AhdWorker {
   using L = LaneOf<T>;
   using D = hn::ScalableTag<L>;
   using DF = hn::ScalableTag<float>;
-  static constexpr int sk_p = sk_medianPasses;
 
  public:
   // Converts the lines [first, last) of the region. False when memory is short.
   static bool Run(const MosaicJob<T>& job, int first, int last) {
     AhdWorker worker(job);
     if (!worker.m_ready) return false;
-    // A stage's first line is as far above `first` as later stages look up.
-    for (int t = first - sk_p - 5; t < last + sk_p + 5; ++t) {
-      LoadMosaicLine(job, t, sk_p + 5, worker.m_raw[t]);
-      if (t - 2 >= first - sk_p - 3) worker.Green(t - 2);
-      if (t - 3 >= first - sk_p - 2) worker.Colours(t - 3);
-      if (t - 4 >= first - sk_p - 1) worker.Homogeneity(t - 4);
-      if (t - 5 >= first - sk_p) worker.Select(t - 5);
-      for (int pass = 1; pass <= sk_p; ++pass) {
-        if (t - 5 - pass >= first - sk_p + pass) worker.Medians(pass, t - 5 - pass);
-      }
-      const int y = t - 5 - sk_p;
-      if (y >= first && y < last) worker.Output(y);
+    // Each stage starts as far above `first` as the later ones look up.
+    for (int t = first - sk_reach; t < last + sk_reach; ++t) {
+      LoadMosaicLine(job, t, sk_reach, worker.m_raw[t]);
+      if (t - 2 >= first - 6) worker.Differences(t - 2);
+      if (t - 3 >= first - 5) worker.Green(t - 3);
+      if (t - 4 >= first - 4) worker.Pictures(t - 4);
+      if (t - 5 >= first - 3) worker.Homogeneity(t - 5);
+      if (t - 6 >= first - 2) worker.Select(t - 6);
+      if (t - 7 >= first - 1) worker.Colours(worker.m_selected, t - 7, 1);
+      if (t - 8 >= first) worker.Output(t - 8);
     }
     return true;
   }
 
  private:
+  // Lines and columns around a pixel that decide about it.
+  static constexpr int sk_reach = 8;
+
   using Lines = LineRing<L, 4>;
   using FloatLines = LineRing<float, 4>;
 
-  // A direction's green, measured colour minus green, both other colours, and the pixels in CIELab.
-  struct Direction {
+  // Green, and by their difference to it the colour that the line measures and the other one.
+  struct Picture {
     Lines green, difference, own, other;
-    FloatLines light, a, b;
   };
-  struct Rgb {
-    Lines own, green, other;  // "own" is the colour that the line measures
+  struct Direction {
+    Lines raw;  // colour minus green as the line itself tells, at every pixel
+    Picture picture;
+    FloatLines light, a, b;
   };
 
   explicit AhdWorker(const MosaicJob<T>& job) : m_job(job) {
     const int w = job.region.width;
-    const size_t bytes = decltype(m_raw)::Bytes(w) + (8 + 1 + 3 * (sk_p + 1)) * Lines::Bytes(w) +
-                         6 * FloatLines::Bytes(w);
-    uint8_t* at = ThreadScratch(bytes);
+    uint8_t* at = ThreadScratch(decltype(m_raw)::Bytes(w) + (3 * 4 + 2 + 1) * Lines::Bytes(w) +
+                                6 * FloatLines::Bytes(w));
     m_ready = at != nullptr;
     if (!m_ready) return;
     at = m_raw.Place(at, w);
-    for (Direction* direction : {&m_h, &m_v}) {
-      for (Lines* lines :
-           {&direction->green, &direction->difference, &direction->own, &direction->other})
-        at = lines->Place(at, w);
-      for (FloatLines* lines : {&direction->light, &direction->a, &direction->b})
+    for (FloatLines* lines : {&m_h.light, &m_h.a, &m_h.b, &m_v.light, &m_v.a, &m_v.b})
+      at = lines->Place(at, w);
+    for (Picture* picture : {&m_h.picture, &m_v.picture, &m_selected}) {
+      for (Lines* lines : {&picture->green, &picture->difference, &picture->own, &picture->other})
         at = lines->Place(at, w);
     }
-    at = m_preference.Place(at, w);
-    for (Rgb& rgb : m_rgb) {
-      for (Lines* lines : {&rgb.own, &rgb.green, &rgb.other}) at = lines->Place(at, w);
-    }
+    for (Lines* lines : {&m_h.raw, &m_v.raw, &m_preference}) at = lines->Place(at, w);
   }
 
   HWY_INLINE static auto At(const L* line, int x) { return hn::LoadU(D(), line + x); }
@@ -90,6 +83,39 @@ class AhdWorker {
     return hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, hwy::HighestValue<T>()));
   }
 
+  void Differences(int y) {
+    if (ColourInEvenLanes(m_job, y))
+      DifferencesOf<true>(y);
+    else
+      DifferencesOf<false>(y);
+  }
+
+  // The colour that is not measured, by the five-point filter (-1 2 2 2 -1) / 4 along the line and
+  // along the column, gives the difference of the line's colour to green at every pixel.
+  template <bool ColourIsEven>
+  HWY_INLINE void DifferencesOf(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const auto two = hn::Set(d, 2);
+    const L *row = m_raw[y], *up1 = m_raw[y - 1], *up2 = m_raw[y - 2], *down1 = m_raw[y + 1],
+            *down2 = m_raw[y + 2];
+    L *outH = m_h.raw[y], *outV = m_v.raw[y];
+    for (int x = -6; x < w + 6; x += n) {
+      const auto c = At(row, x), c2 = hn::Add(c, c);
+      const auto h = hn::Add(hn::ShiftLeft<1>(hn::Add(At(row, x - 1), At(row, x + 1))),
+                             hn::Sub(c2, hn::Add(At(row, x - 2), At(row, x + 2))));
+      const auto v = hn::Add(hn::ShiftLeft<1>(hn::Add(At(up1, x), At(down1, x))),
+                             hn::Sub(c2, hn::Add(At(up2, x), At(down2, x))));
+      const auto difference = [&](auto along4) HWY_ATTR {
+        const auto other = Clamped(hn::ShiftRight<2>(hn::Add(along4, two)));
+        const auto atColour = hn::Sub(c, other), atGreen = hn::Sub(other, c);
+        return ColourIsEven ? hn::OddEven(atGreen, atColour) : hn::OddEven(atColour, atGreen);
+      };
+      hn::StoreU(difference(h), d, outH + x);
+      hn::StoreU(difference(v), d, outV + x);
+    }
+  }
+
   void Green(int y) {
     if (ColourInEvenLanes(m_job, y))
       GreenOf<true>(y);
@@ -97,50 +123,46 @@ class AhdWorker {
       GreenOf<false>(y);
   }
 
-  // Green by the five-point filter (-1 2 2 2 -1) / 4 along the line and along the column.
+  // Green is the measured colour less the difference, smoothed by (1 2 1) / 4 along the direction.
   template <bool ColourIsEven>
   HWY_INLINE void GreenOf(int y) {
     const D d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const auto two = hn::Set(d, 2);
-    const L *row = m_raw[y], *up1 = m_raw[y - 1], *up2 = m_raw[y - 2], *down1 = m_raw[y + 1],
-            *down2 = m_raw[y + 2];
-    L *greenH = m_h.green[y], *differenceH = m_h.difference[y];
-    L *greenV = m_v.green[y], *differenceV = m_v.difference[y];
-    for (int x = -((sk_p + 4) & ~1); x < w + sk_p + 3; x += n) {
-      const auto c = At(row, x), c2 = hn::Add(c, c);
-      const auto h = hn::Add(hn::ShiftLeft<1>(hn::Add(At(row, x - 1), At(row, x + 1))),
-                             hn::Sub(c2, hn::Add(At(row, x - 2), At(row, x + 2))));
-      const auto v = hn::Add(hn::ShiftLeft<1>(hn::Add(At(up1, x), At(down1, x))),
-                             hn::Sub(c2, hn::Add(At(up2, x), At(down2, x))));
-      const auto gh = Clamped(hn::ShiftRight<2>(hn::Add(h, two))),
-                 gv = Clamped(hn::ShiftRight<2>(hn::Add(v, two)));
-      const auto fullH = ColourIsEven ? hn::OddEven(c, gh) : hn::OddEven(gh, c);
-      const auto fullV = ColourIsEven ? hn::OddEven(c, gv) : hn::OddEven(gv, c);
-      hn::StoreU(fullH, d, greenH + x);
-      hn::StoreU(hn::Sub(c, fullH), d, differenceH + x);
-      hn::StoreU(fullV, d, greenV + x);
-      hn::StoreU(hn::Sub(c, fullV), d, differenceV + x);
+    const L *row = m_raw[y], *mid = m_h.raw[y];
+    const L *above = m_v.raw[y - 1], *here = m_v.raw[y], *below = m_v.raw[y + 1];
+    for (int x = -6; x < w + 5; x += n) {
+      const auto c = At(row, x);
+      const auto store = [&](auto sum4, const Picture& picture) HWY_ATTR {
+        const auto green = Clamped(hn::Sub(c, hn::ShiftRight<2>(hn::Add(sum4, two))));
+        const auto full = ColourIsEven ? hn::OddEven(c, green) : hn::OddEven(green, c);
+        hn::StoreU(full, d, picture.green[y] + x);
+        hn::StoreU(hn::Sub(c, full), d, picture.difference[y] + x);
+      };
+      store(hn::Add(hn::Add(At(mid, x - 1), At(mid, x + 1)), hn::ShiftLeft<1>(At(mid, x))),
+            m_h.picture);
+      store(hn::Add(hn::Add(At(above, x), At(below, x)), hn::ShiftLeft<1>(At(here, x))),
+            m_v.picture);
     }
   }
 
-  void Colours(int y) {
+  void Pictures(int y) {
     for (Direction* direction : {&m_h, &m_v}) {
-      ColoursOf(*direction, y);
+      Colours(direction->picture, y, 4);
       ToLab(*direction, y);
     }
   }
 
   // Red and blue by their mean difference to green; the difference lines are zero where green is
-  // measured.
-  HWY_INLINE void ColoursOf(Direction& direction, int y) {
+  // measured, so one weighted sum serves all kinds of pixel. `margin` pixels more on both sides.
+  void Colours(const Picture& picture, int y, int margin) {
     const D d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const auto one = hn::Set(d, 1), two = hn::Set(d, 2);
-    const L *green = direction.green[y], *mid = direction.difference[y];
-    const L *up = direction.difference[y - 1], *down = direction.difference[y + 1];
-    L *own = direction.own[y], *other = direction.other[y];
-    for (int x = -sk_p - 2; x < w + sk_p + 2; x += n) {
+    const L *green = picture.green[y], *mid = picture.difference[y];
+    const L *up = picture.difference[y - 1], *down = picture.difference[y + 1];
+    L *own = picture.own[y], *other = picture.other[y];
+    for (int x = -margin; x < w + margin; x += n) {
       const auto g = At(green, x);
       const auto own2 =
           hn::Add(hn::Add(At(mid, x - 1), At(mid, x + 1)), hn::ShiftLeft<1>(At(mid, x)));
@@ -175,13 +197,14 @@ class AhdWorker {
     return hn::IfThenElse(hn::Gt(t, hn::Set(d, 0.008856f)), root, line);
   }
 
-  void ToLab(Direction& direction, int y) {
+  void ToLab(const Direction& direction, int y) {
     const DF d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const bool redLine = IsRedLine(m_job, y);
-    const L *r = redLine ? direction.own[y] : direction.other[y],
-            *b = redLine ? direction.other[y] : direction.own[y];
-    const L* g = direction.green[y];
+    const Picture& picture = direction.picture;
+    const L* r = redLine ? picture.own[y] : picture.other[y];
+    const L* b = redLine ? picture.other[y] : picture.own[y];
+    const L* g = picture.green[y];
     float *light = direction.light[y], *aOut = direction.a[y], *bOut = direction.b[y];
     // Linear RGB to XYZ over the white point D65, and full scale to 1.
     const float unit = 1.0f / float(hwy::HighestValue<T>());
@@ -190,7 +213,7 @@ class AhdWorker {
           hn::Add(hn::Mul(vr, hn::Set(d, kr * unit)), hn::Mul(vg, hn::Set(d, kg * unit))),
           hn::Mul(vb, hn::Set(d, kb * unit)));
     };
-    for (int x = -sk_p - 2; x < w + sk_p + 2; x += n) {
+    for (int x = -4; x < w + 4; x += n) {
       const auto vr = ToFloat(r + x), vg = ToFloat(g + x), vb = ToFloat(b + x);
       const auto fx = LabRoot(row(0.43391f, 0.37622f, 0.18986f, vr, vg, vb));
       const auto fy = LabRoot(row(0.21267f, 0.71516f, 0.07217f, vr, vg, vb));
@@ -210,11 +233,11 @@ class AhdWorker {
     const hn::Rebind<L, DF> dOut;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     L* out = m_preference[y];
-    for (int x = -sk_p - 1; x < w + sk_p + 1; x += n) {
+    for (int x = -3; x < w + 3; x += n) {
       // Left, right, up, down.
       decltype(hn::Zero(d)) lightH[4], colourH[4], lightV[4], colourV[4];
-      Differences(m_h, y, x, lightH, colourH);
-      Differences(m_v, y, x, lightV, colourV);
+      Neighbours(m_h, y, x, lightH, colourH);
+      Neighbours(m_v, y, x, lightV, colourV);
       const auto limitLight = hn::Min(hn::Max(lightH[0], lightH[1]), hn::Max(lightV[2], lightV[3]));
       const auto limitColour =
           hn::Min(hn::Max(colourH[0], colourH[1]), hn::Max(colourV[2], colourV[3]));
@@ -235,8 +258,7 @@ class AhdWorker {
   }
 
   template <class V>
-  HWY_INLINE static void Differences(const Direction& direction, int y, int x, V* light,
-                                     V* colour) {
+  HWY_INLINE static void Neighbours(const Direction& direction, int y, int x, V* light, V* colour) {
     const float* lights[3] = {direction.light[y - 1], direction.light[y], direction.light[y + 1]};
     const float* as[3] = {direction.a[y - 1], direction.a[y], direction.a[y + 1]};
     const float* bs[3] = {direction.b[y - 1], direction.b[y], direction.b[y + 1]};
@@ -250,25 +272,27 @@ class AhdWorker {
     }
   }
 
+  // Green from the picture that is more homogeneous in the three by three pixels around, or the
+  // mean of both.
   void Select(int y) {
     const D d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const L *up = m_preference[y - 1], *mid = m_preference[y], *down = m_preference[y + 1];
-    const L* fromH[] = {m_h.own[y], m_h.green[y], m_h.other[y]};
-    const L* fromV[] = {m_v.own[y], m_v.green[y], m_v.other[y]};
-    L* out[] = {m_rgb[0].own[y], m_rgb[0].green[y], m_rgb[0].other[y]};
+    const L *row = m_raw[y], *fromH = m_h.picture.green[y], *fromV = m_v.picture.green[y];
+    L *green = m_selected.green[y], *difference = m_selected.difference[y];
     const auto zero = hn::Zero(d), one = hn::Set(d, 1);
-    for (int x = -sk_p; x < w + sk_p; x += n) {
+    for (int x = -2; x < w + 2; x += n) {
       auto sum = hn::Zero(d);
       for (int i = -1; i <= 1; ++i) {
         sum = hn::Add(sum, hn::Add(hn::Add(At(up, x + i), At(mid, x + i)), At(down, x + i)));
       }
-      const auto takeH = hn::Gt(sum, zero), takeV = hn::Lt(sum, zero);
-      for (int c = 0; c < 3; ++c) {
-        const auto h = At(fromH[c], x), v = At(fromV[c], x);
-        const auto mean = hn::ShiftRight<1>(hn::Add(hn::Add(h, v), one));
-        hn::StoreU(hn::IfThenElse(takeH, h, hn::IfThenElse(takeV, v, mean)), d, out[c] + x);
-      }
+      const auto h = At(fromH, x), v = At(fromV, x);
+      const auto mean = hn::ShiftRight<1>(hn::Add(hn::Add(h, v), one));
+      const auto g =
+          hn::IfThenElse(hn::Gt(sum, zero), h, hn::IfThenElse(hn::Lt(sum, zero), v, mean));
+      hn::StoreU(g, d, green + x);
+      // Zero where green is measured, as both pictures have it there.
+      hn::StoreU(hn::Sub(At(row, x), g), d, difference + x);
     }
   }
 
@@ -303,68 +327,50 @@ class AhdWorker {
     return p[4];
   }
 
-  void Medians(int pass, int y) {
+  void Output(int y) {
     if (ColourInEvenLanes(m_job, y))
-      MediansOf<true>(pass, y);
+      OutputOf<true>(y);
     else
-      MediansOf<false>(pass, y);
+      OutputOf<false>(y);
   }
 
-  // Red and blue become green plus the median of their difference to green around the pixel, green
-  // the mean of what both tell; what was measured stays.
+  // Red and blue become green plus the median of their difference to green around the pixel; what
+  // was measured stays.
   template <bool ColourIsEven>
-  HWY_INLINE void MediansOf(int pass, int y) {
+  HWY_INLINE void OutputOf(int y) {
     const D d;
+    using V = hn::VFromD<D>;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
-    const Rgb& in = m_rgb[pass - 1];
-    const Rgb& out = m_rgb[pass];
-    const int extent = sk_p - pass;
+    const bool redLine = IsRedLine(m_job, y);
+    const Picture& in = m_selected;
     const L* green[] = {in.green[y - 1], in.green[y], in.green[y + 1]};
     // The lines above and below measure the other colour.
     const L* own[] = {in.other[y - 1], in.own[y], in.other[y + 1]};
     const L* other[] = {in.own[y - 1], in.other[y], in.own[y + 1]};
-    for (int x = -((extent + 1) & ~1); x < w + extent; x += n) {
-      using V = decltype(hn::Zero(d));
-      V differences[2][9];
+    T* out = m_job.Out(y);
+    for (int x = 0; x < w; x += n) {
+      V ownLess[9], otherLess[9];
       for (int j = 0; j < 3; ++j) {
         for (int i = 0; i < 3; ++i) {
           const V g = At(green[j], x + i - 1);
-          differences[0][j * 3 + i] = hn::Sub(At(own[j], x + i - 1), g);
-          differences[1][j * 3 + i] = hn::Sub(At(other[j], x + i - 1), g);
+          ownLess[j * 3 + i] = hn::Sub(At(own[j], x + i - 1), g);
+          otherLess[j * 3 + i] = hn::Sub(At(other[j], x + i - 1), g);
         }
       }
-      const V medianOwn = Median9(differences[0]), medianOther = Median9(differences[1]);
-      const V oldGreen = At(green[1], x), oldOwn = At(own[1], x);
-      // At a measured colour, green follows from it; at a measured green, the colours follow from
-      // that.
-      const V greenThere = Clamped(hn::Sub(oldOwn, medianOwn));
-      const V newGreen =
-          ColourIsEven ? hn::OddEven(oldGreen, greenThere) : hn::OddEven(greenThere, oldGreen);
-      const V ownThere = Clamped(hn::Add(newGreen, medianOwn));
-      const V newOwn = ColourIsEven ? hn::OddEven(ownThere, oldOwn) : hn::OddEven(oldOwn, ownThere);
-      hn::StoreU(newGreen, d, out.green[y] + x);
-      hn::StoreU(newOwn, d, out.own[y] + x);
-      hn::StoreU(Clamped(hn::Add(newGreen, medianOther)), d, out.other[y] + x);
+      const V g = At(green[1], x), measured = At(own[1], x);
+      const V smooth = hn::Add(g, Median9(ownLess)), otherColour = hn::Add(g, Median9(otherLess));
+      const V ownColour =
+          ColourIsEven ? hn::OddEven(smooth, measured) : hn::OddEven(measured, smooth);
+      StoreRgb(d, redLine ? ownColour : otherColour, g, redLine ? otherColour : ownColour,
+               out + size_t(x) * 3, w - x);
     }
-  }
-
-  void Output(int y) {
-    const D d;
-    const int n = int(hn::Lanes(d)), w = m_job.region.width;
-    const Rgb& rgb = m_rgb[sk_p];
-    const bool redLine = IsRedLine(m_job, y);
-    const L *r = redLine ? rgb.own[y] : rgb.other[y], *b = redLine ? rgb.other[y] : rgb.own[y],
-            *g = rgb.green[y];
-    T* out = m_job.Out(y);
-    for (int x = 0; x < w; x += n)
-      StoreRgb(d, At(r, x), At(g, x), At(b, x), out + size_t(x) * 3, w - x);
   }
 
   const MosaicJob<T>& m_job;
   LineRing<L, 8> m_raw;
   Direction m_h, m_v;  // interpolated along lines and along columns
-  Lines m_preference;
-  Rgb m_rgb[sk_p + 1];  // selected, then after each pass
+  Lines m_preference;  // above zero where the former is the more homogeneous
+  Picture m_selected;
   bool m_ready = false;
 };
 

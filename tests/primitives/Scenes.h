@@ -54,18 +54,18 @@ inline Picture ZonePlate(int width, int height) {
   });
 }
 
-// Slanted stripes and wedges of different colours: edges in many directions.
+// Wedges and rings of different brightness and tint: edges in many directions, whose colours differ
+// as those of neighbouring things in photographs do.
 inline Picture ColourEdges(int width, int height) {
-  static constexpr double sk_colours[][3] = {
-      {0.85, 0.2, 0.15}, {0.15, 0.55, 0.25}, {0.2, 0.3, 0.8}, {0.9, 0.85, 0.75},
-      {0.1, 0.1, 0.12},  {0.85, 0.7, 0.15},  {0.5, 0.5, 0.5}, {0.4, 0.15, 0.5}};
   return Render(width, height, [=](double x, double y, double* rgb) {
     const double cx = width / 2.0, cy = height / 2.0;
     const double angle = std::atan2(y - cy, x - cx);
     const int sector = int(std::floor((angle + M_PI) / (2 * M_PI) * 24 + 0.13));
     const int ring = int(std::hypot(x - cx, y - cy) / 23.7);
-    const double* colour = sk_colours[unsigned(sector * 3 + ring * 5) % 8];
-    for (int c = 0; c < 3; ++c) rgb[c] = colour[c];
+    const unsigned dice = unsigned(sector * 3 + ring * 5) * 2654435761u;
+    const double brightness = 0.12 + 0.7 * (dice >> 8 & 255) / 255.0;
+    for (int c = 0; c < 3; ++c)
+      rgb[c] = brightness * (0.8 + 0.4 * (dice >> (10 + 5 * c) & 31) / 31.0);
   });
 }
 

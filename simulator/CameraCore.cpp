@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulator/CameraCore.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "gigevision/Bootstrap.h"
+#include "gigevision/XmlUrl.h"
+#include "simulator/Limits.h"
+#include "simulator/Network.h"
+#include "simulator/Zip.h"
+
+namespace OrvexSim {
+namespace {
+
+namespace B = GigEVision::Bootstrap;
+
+constexpr uint32_t sk_featureBase = 0x00010000;
+constexpr uint32_t sk_archiveBase = 0x01000000;
+constexpr uint32_t sk_archiveBlock =
+    512;  // one register each, so that reads never copy the whole archive
+constexpr const char* sk_archiveName = "Orvex_VirtualCamera_1_0_0.zip";
+constexpr const char* sk_descriptionName = "Orvex_VirtualCamera_1_0_0.xml";
+constexpr uint64_t sk_macPrefix = 0x0256;  // locally administered
+
+}  // namespace
+
+CameraCore::CameraCore(CameraOptions options)
+    : m_options(std::move(options)), m_epoch(Clock::now()) {
+  const uint32_t ip = ParseAddress(m_options.address);
+  FindInterface(ip, network);
+  network.mac = sk_macPrefix << 32 | ip;
+  network.configuration = B::sk_ipLinkLocal | B::sk_ipDhcp;
+  m_serial = m_options.serial;
+  if (m_serial.empty()) {
+    char text[17];
+    std::snprintf(text, sizeof text, "VC%06u", ip & 0xFFFFFF);
+    m_serial = text;
+  }
+  m_userName = m_options.userName;
+  if (m_serial.size() > B::sk_serialNumberSize || m_userName.size() > B::sk_userNameSize) {
+    throw std::invalid_argument("serial number and user name have at most 16 characters");
+  }
+  if (m_options.maxPacketSize < sk_minPacketSize || m_options.maxPacketSize > sk_maxPacketSize) {
+    throw std::invalid_argument("the largest packet size must be from 576 to 16384");
+  }
+  control.heartbeatMs = B::sk_defaultHeartbeatMs;
+
+  m_model = MakeModel(m_options.model);
+  if (!m_model) throw std::invalid_argument("unknown camera model '" + m_options.model + "'");
+  m_features.SetLock([this] { return TransportLocked(); });
+  AddBootstrapRegisters();
+  AddDeviceFeatures();
+  m_model->AddFeatures(*this);
+  AddTransportFeatures();
+  m_features.Build(m_registers, sk_featureBase);
+  BuildDescription();
+  m_registers.Seal();
+  m_userSets.assign(3, FeatureValues::Of(m_features.Features()));
+}
+
+CameraCore::~CameraCore() = default;
+
+void CameraCore::BuildDescription() {
+  DescriptionHead head;
+  head.modelName = "VirtualCamera";
+  head.vendorName = "Orvex";
+  head.toolTip = m_model->Name();
+  head.productGuid = "5D9A1E0C-3F64-4B7E-9C51-7A0E62D4B810";
+  head.versionGuid = "A1C7F3B2-0D58-4E96-8B23-15E94F6D7C02";
+  m_description = m_features.Xml(head);
+  m_archive = ZipOneFile(sk_descriptionName, m_description);
+  const auto length = static_cast<uint32_t>(m_archive.size());
+  m_url = GigEVision::FormatLocalUrl(sk_archiveName, sk_archiveBase, length);
+  m_archive.resize((m_archive.size() + 3) / 4 * 4, 0);
+  for (uint32_t at = 0; at < m_archive.size(); at += sk_archiveBlock) {
+    const auto count =
+        static_cast<uint32_t>(std::min<size_t>(sk_archiveBlock, m_archive.size() - at));
+    m_registers.Add({sk_archiveBase + at,
+                     count,
+                     [this, at, count](std::span<uint8_t> out) {
+                       std::copy_n(&m_archive[at], count, out.begin());
+                     },
+                     {}});
+  }
+}
+
+Feature& CameraCore::F(const char* name) const {
+  Feature* feature = m_features.Find(name);
+  if (feature == nullptr)
+    throw std::logic_error(std::string("the model lacks the feature ") + name);
+  return *feature;
+}
+
+uint64_t CameraCore::ToDeviceTime(Clock::time_point time) const {
+  const auto since = std::chrono::duration_cast<std::chrono::nanoseconds>(time - m_epoch).count();
+  return since > 0 ? static_cast<uint64_t>(since) : 1;
+}
+uint64_t CameraCore::Now() const {
+  return ToDeviceTime(Clock::now());
+}
+
+std::string CameraCore::UserName() const {
+  return m_userName;
+}
+
+bool CameraCore::TransportLocked() const {
+  return acquisition.active || m_tlParamsLocked->Bool();
+}
+
+size_t CameraCore::PayloadSize() const {
+  return m_model->PayloadBytes();
+}
+
+void CameraCore::StartAcquisition() {
+  if (acquisition.active) return;
+  const int64_t mode = F("AcquisitionMode").Int();
+  acquisition.framesLeft = mode == 1   ? 1
+                           : mode == 2 ? static_cast<uint64_t>(F("AcquisitionFrameCount").Int())
+                                       : 0;
+  acquisition.triggers.clear();
+  acquisition.active = true;
+  ++acquisition.session;
+  m_changed.notify_all();
+}
+
+void CameraCore::StopAcquisition() {
+  acquisition.active = false;
+  acquisition.triggers.clear();
+  m_changed.notify_all();
+}
+
+void CameraCore::Trigger() {
+  if (!acquisition.active || !F("TriggerMode").Bool()) return;
+  if (acquisition.triggers.size() < sk_maxQueuedTriggers)
+    acquisition.triggers.push_back(Clock::now());
+  m_changed.notify_all();
+}
+
+void CameraCore::QueueEvent(DeviceEvent event) {
+  if (message.port == 0 || m_events.size() >= sk_maxEventQueue) return;
+  m_events.push_back(std::move(event));
+  if (wakeControl) wakeControl();
+}
+
+std::deque<DeviceEvent> CameraCore::TakeEvents() {
+  return std::exchange(m_events, {});
+}
+
+void CameraCore::CloseControl() {
+  control.owner.reset();
+  control.privilege = 0;
+  message = {};
+  m_events.clear();
+  m_tlParamsLocked->Force(0);
+  if ((stream.configuration & B::sk_sccfgUnconditionalStreaming) == 0) {
+    StopAcquisition();
+    stream.port = 0;
+  }
+  m_changed.notify_all();
+}
+
+void CameraCore::LoadUserSet(int64_t index) {
+  m_userSets.at(static_cast<size_t>(index)).ApplyTo(m_features.Features());
+}
+
+Status CameraCore::SaveUserSet(int64_t index) {
+  if (index == 0) return Status::AccessDenied;  // the factory values stay
+  m_userSets.at(static_cast<size_t>(index)) = FeatureValues::Of(m_features.Features());
+  return Status::Success;
+}
+
+void CameraCore::ResetDevice() {
+  CloseControl();
+  StopAcquisition();
+  stream = {};
+  LoadUserSet(F("UserSetDefault").Int());
+  m_epoch = Clock::now();
+}
+
+}  // namespace OrvexSim

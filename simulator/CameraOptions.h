@@ -1,0 +1,26 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// How a virtual camera is to be: what it is called, where it lives, what it starts with. Plain
+// values.
+
+#include <cstdint>
+#include <string>
+
+namespace OrvexSim {
+
+struct CameraOptions {
+  std::string address = "127.0.0.2";  // IPv4, of loopback or of one of this machine's interfaces
+  std::string model = "area";         // one of ModelNames()
+  std::string serial;                 // empty: made of the address
+  std::string userName;
+  double frameRate = 30.0;         // Hz, the start value of AcquisitionFrameRate
+  std::string pixelFormat;         // start value; empty: the model's own
+  uint32_t width = 0, height = 0;  // start values; 0: the model's own
+  uint32_t maxPacketSize = 9000;   // of GevSCPSPacketSize
+  uint32_t pathLimit = 0;          // stream packets larger than this vanish on the way; 0 = none do
+  uint64_t throughputLimit =
+      400'000'000;          // bytes a second, start value of DeviceLinkThroughputLimit
+  uint32_t framesKept = 8;  // for resends
+};
+
+}  // namespace OrvexSim

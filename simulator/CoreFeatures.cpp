@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+// The rows that every model has: identity, acquisition, user sets.
+#include <cmath>
+
+#include "simulator/CameraCore.h"
+
+namespace OrvexSim {
+namespace {
+
+constexpr int64_t sk_linkBytesPerSecond = 1'250'000'000;
+constexpr double sk_maxFrameRate = 10000;
+
+// A temperature that wanders a little, as real ones do.
+double Temperature(uint64_t now, double base) {
+  return base + 1.5 * std::sin(static_cast<double>(now) * 1e-9 / 20);
+}
+
+}  // namespace
+
+void CameraCore::AddDeviceFeatures() {
+  FeatureTable& t = m_features;
+  t.Category("DeviceControl", "Identity and state of the camera.");
+  t.Enumeration("DeviceType",
+                {{"Transmitter", 0}, {"Receiver", 1}, {"Transceiver", 2}, {"Peripheral", 3}})
+      .ReadOnly()
+      .Guru()
+      .Docu("What the device does on its link.");
+  t.Enumeration("DeviceScanType",
+                {{"Areascan", 0}, {"Linescan", 1}, {"Areascan3D", 2}, {"Linescan3D", 3}})
+      .ReadOnly()
+      .Expert()
+      .Docu("How the sensor scans.");
+  t.String("DeviceVendorName", 32).ReadOnly().DefaultText("Orvex").Docu("Who makes the camera.");
+  t.String("DeviceModelName", 32)
+      .ReadOnly()
+      .GetText([this] { return m_model->Name(); })
+      .Docu("Name of the model.");
+  t.String("DeviceFamilyName", 32)
+      .ReadOnly()
+      .DefaultText("VirtualCamera")
+      .Docu("Family of models it belongs to.");
+  t.String("DeviceManufacturerInfo", 48)
+      .ReadOnly()
+      .DefaultText("virtual camera")
+      .Docu("More from the maker.");
+  t.String("DeviceVersion", 32).ReadOnly().DefaultText("1.0.0").Docu("Version of the camera.");
+  t.String("DeviceFirmwareVersion", 32)
+      .ReadOnly()
+      .DefaultText("1.0.0")
+      .Docu("Version of its firmware.");
+  t.String("DeviceSerialNumber", 16)
+      .ReadOnly()
+      .Expert()
+      .GetText([this] { return m_serial; })
+      .Docu("Serial number, unique for each camera.");
+  t.String("DeviceUserID", 16)
+      .Transient()
+      .GetText([this] { return m_userName; })
+      .OnSetText([this](const std::string& name) { return m_userName = name, Status::Success; })
+      .Docu("Name that the user gave the camera.");
+  t.Integer("DeviceSFNCVersionMajor")
+      .ReadOnly()
+      .Default(2)
+      .Docu("Version of the feature naming convention.");
+  t.Integer("DeviceSFNCVersionMinor")
+      .ReadOnly()
+      .Default(7)
+      .Docu("Version of the feature naming convention.");
+  t.Integer("DeviceSFNCVersionSubMinor")
+      .ReadOnly()
+      .Default(1)
+      .Docu("Version of the feature naming convention.");
+  t.Enumeration("DeviceTLType", {{"GigEVision", 0}})
+      .ReadOnly()
+      .Docu("Transport layer of the camera.");
+  t.Integer("DeviceTLVersionMajor")
+      .ReadOnly()
+      .Default(2)
+      .Docu("Version of the transport layer standard.");
+  t.Integer("DeviceTLVersionMinor")
+      .ReadOnly()
+      .Default(0)
+      .Docu("Version of the transport layer standard.");
+  t.Integer("DeviceMaxThroughput")
+      .ReadOnly()
+      .Expert()
+      .Unit("Bps")
+      .Size(8)
+      .Default(sk_linkBytesPerSecond)
+      .Docu("Most bytes that the camera can send in a second.");
+  t.Integer("DeviceLinkSpeed")
+      .ReadOnly()
+      .Expert()
+      .Unit("Bps")
+      .Size(8)
+      .Default(sk_linkBytesPerSecond)
+      .Docu("Speed of the link, in bytes a second.");
+  t.Enumeration("DeviceLinkThroughputLimitMode", {{"Off", 0}, {"On", 1}})
+      .Expert()
+      .Default(1)
+      .Docu("Whether the camera keeps to DeviceLinkThroughputLimit.");
+  t.Integer("DeviceLinkThroughputLimit")
+      .Expert()
+      .Unit("Bps")
+      .Size(8)
+      .Range(1'000'000, 100'000'000'000)
+      .Default(static_cast<int64_t>(m_options.throughputLimit))
+      .Docu("Most bytes sent in a second while streaming.");
+  t.Integer("DeviceStreamChannelCount")
+      .ReadOnly()
+      .Expert()
+      .Default(1)
+      .Docu("Number of stream channels.");
+  t.Enumeration("DeviceStreamChannelEndianness", {{"Little", 0}, {"Big", 1}})
+      .ReadOnly()
+      .Guru()
+      .Docu("Byte order of pixels with more than eight bits.");
+  t.Enumeration("DeviceRegistersEndianness", {{"Little", 0}, {"Big", 1}})
+      .ReadOnly()
+      .Guru()
+      .Default(1)
+      .Docu("Byte order of the registers.");
+  t.Enumeration("DeviceCharacterSet", {{"UTF8", 1}, {"ASCII", 2}})
+      .ReadOnly()
+      .Guru()
+      .Docu("Character set of texts.");
+  t.Enumeration("DeviceTemperatureSelector", {{"Sensor", 0}, {"Mainboard", 1}})
+      .Expert()
+      .Selects({"DeviceTemperature"})
+      .Docu("Place whose temperature is read.");
+  t.Float("DeviceTemperature")
+      .ReadOnly()
+      .Expert()
+      .Unit("C")
+      .Volatile()
+      .RealRange(-40, 120)
+      .GetReal([this] {
+        return Temperature(Now(), F("DeviceTemperatureSelector").Int() == 0 ? 42.0 : 38.5);
+      })
+      .Docu("Temperature at the selected place.");
+  t.Command("DeviceReset")
+      .Guru()
+      .OnSet([this](int64_t, size_t) { return ResetDevice(), Status::Success; })
+      .Docu("Restarts the camera as if it were switched off and on.");
+  t.Integer("Timestamp")
+      .ReadOnly()
+      .Expert()
+      .Unit("ns")
+      .Size(8)
+      .Volatile()
+      .Get([this] { return static_cast<int64_t>(Now()); })
+      .Docu("The camera's clock now.");
+  t.Command("TimestampReset")
+      .Expert()
+      .OnSet([this](int64_t, size_t) { return m_epoch = Clock::now(), Status::Success; })
+      .Docu("Sets the camera's clock to 0.");
+  t.Command("TimestampLatch")
+      .Expert()
+      .OnSet([this](int64_t, size_t) { return m_latched = Now(), Status::Success; })
+      .Docu("Copies the clock to TimestampLatchValue.");
+  t.Integer("TimestampLatchValue")
+      .ReadOnly()
+      .Expert()
+      .Unit("ns")
+      .Size(8)
+      .DependsOn({"TimestampLatch"})
+      .Get([this] { return static_cast<int64_t>(m_latched); })
+      .Docu("The clock at the last TimestampLatch.");
+
+  t.Category("AcquisitionControl", "When frames are taken and how long they are exposed.");
+  t.Enumeration("AcquisitionMode", {{"Continuous", 0}, {"SingleFrame", 1}, {"MultiFrame", 2}})
+      .Locked()
+      .Docu("How many frames one AcquisitionStart gives.");
+  t.Command("AcquisitionStart")
+      .OnSet([this](int64_t, size_t) { return StartAcquisition(), Status::Success; })
+      .Docu("Starts taking frames.");
+  t.Command("AcquisitionStop")
+      .OnSet([this](int64_t, size_t) { return StopAcquisition(), Status::Success; })
+      .Docu("Stops after the frame being taken.");
+  t.Command("AcquisitionAbort")
+      .Expert()
+      .OnSet([this](int64_t, size_t) { return StopAcquisition(), Status::Success; })
+      .Docu("Stops at once.");
+  t.Integer("AcquisitionFrameCount")
+      .Range(1, 65535)
+      .Default(10)
+      .Docu("Frames of one start in the mode MultiFrame.");
+  t.Boolean("AcquisitionFrameRateEnable")
+      .Default(1)
+      .Docu("Whether AcquisitionFrameRate counts; otherwise frames come as fast as possible.");
+  t.Float("AcquisitionFrameRate")
+      .Unit("Hz")
+      .RealRange(0.1, sk_maxFrameRate)
+      .DefaultReal(m_options.frameRate)
+      .Docu("Frames a second; longer exposure or a full link lower the rate reached.");
+  t.Enumeration("TriggerSelector", {{"FrameStart", 0}})
+      .Selects({"TriggerMode", "TriggerSource", "TriggerSoftware"})
+      .Docu("Trigger that the following features set.");
+  t.Enumeration("TriggerMode", {{"Off", 0}, {"On", 1}})
+      .Then([this] { m_changed.notify_all(); })
+      .Docu("Whether each frame waits for a trigger.");
+  t.Enumeration("TriggerSource",
+                {{"Software", 0}, {"Timer0End", 1}, {"Action0", 2}, {"Action1", 3}, {"Line0", 4}})
+      .Docu("Where triggers come from.");
+  t.Command("TriggerSoftware")
+      .AvailableIf([this] { return F("TriggerMode").Bool() && F("TriggerSource").Int() == 0; })
+      .DependsOn({"TriggerMode", "TriggerSource"})
+      .OnSet([this](int64_t, size_t) { return Trigger(), Status::Success; })
+      .Docu("Triggers one frame.");
+  t.Float("TriggerDelay").Unit("us").RealRange(0, 1e6).Docu("Time from a trigger to the exposure.");
+  t.Enumeration("ExposureMode", {{"Timed", 1}}).Docu("What ends an exposure.");
+  t.Float("ExposureTime")
+      .Unit("us")
+      .RealRange(1, 1e6)
+      .DefaultReal(2000)
+      .Docu("Length of the exposure.");
+
+  t.Category("UserSetControl", "Settings that the camera keeps.");
+  const std::vector<EnumEntry> sets = {{"Default", 0}, {"UserSet0", 1}, {"UserSet1", 2}};
+  t.Enumeration("UserSetSelector", sets)
+      .Transient()
+      .Selects({"UserSetLoad", "UserSetSave"})
+      .Docu("User set that the commands work on.");
+  t.Command("UserSetLoad")
+      .OnSet([this](int64_t, size_t) {
+        if (TransportLocked()) return Status::AccessDenied;
+        return LoadUserSet(F("UserSetSelector").Int()), Status::Success;
+      })
+      .Docu("Sets all features to the values of the selected set.");
+  t.Command("UserSetSave")
+      .OnSet([this](int64_t, size_t) { return SaveUserSet(F("UserSetSelector").Int()); })
+      .Docu("Keeps the present values in the selected set; Default cannot be changed.");
+  t.Enumeration("UserSetDefault", sets).Transient().Docu("User set that counts after a reset.");
+}
+
+}  // namespace OrvexSim

@@ -1,0 +1,27 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// Every bound on what a host, an option or a file may make a virtual camera allocate, loop over or
+// wait for.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace OrvexSim {
+
+inline constexpr size_t sk_maxCameras = 64;  // of one simulator
+inline constexpr size_t sk_maxFrameMemory = size_t{256}
+                                            << 20;  // bytes of frames kept for resends, per camera
+inline constexpr size_t sk_maxFramesKept = 64;
+inline constexpr size_t sk_minFramesKept = 2;
+inline constexpr size_t sk_maxResendPackets = 1u << 16;  // answered for one request
+inline constexpr size_t sk_maxEventQueue = 1024;  // events waiting for the host's acknowledge
+inline constexpr size_t sk_maxScheduledActions = 16;
+inline constexpr size_t sk_maxQueuedTriggers = 256;
+inline constexpr size_t sk_maxDescriptionBytes = size_t{64} << 20;  // of a foreign description
+inline constexpr size_t sk_foreignMemoryPages = 1u << 14;  // of 4 KiB, behind a foreign description
+inline constexpr uint32_t sk_maxHeartbeatMs = 10u * 60 * 1000;
+inline constexpr uint32_t sk_minPacketSize = 576;
+inline constexpr uint32_t sk_maxPacketSize = 16384;
+inline constexpr uint32_t sk_maxRegisterDelayMs = 60000;
+
+}  // namespace OrvexSim

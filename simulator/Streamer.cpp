@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulator/Streamer.h"
+
+#include <pthread.h>
+#include <sys/prctl.h>
+
+#include <algorithm>
+
+#include "simulator/Limits.h"
+
+namespace OrvexSim {
+
+using GigEVision::PayloadType;
+
+namespace {
+
+constexpr uint32_t sk_maxRefusals = 256;  // header-only answers to one request
+
+Clock::duration Microseconds(double us) {
+  return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double, std::micro>(us));
+}
+
+}  // namespace
+
+Streamer::Streamer(CameraCore& camera)
+    : m_camera(camera),
+      m_sender(camera.network.ip, camera.network.mtu, camera.Options().pathLimit) {
+  const size_t count =
+      std::clamp<size_t>(camera.Options().framesKept, sk_minFramesKept, sk_maxFramesKept);
+  for (size_t i = 0; i < count; ++i) m_ring.push_back(std::make_unique<Frame>());
+}
+
+Streamer::~Streamer() {
+  Stop();
+}
+
+void Streamer::Start() {
+  m_stop = false;
+  m_thread = std::thread(&Streamer::Run, this);
+}
+
+void Streamer::Stop() {
+  {
+    const std::lock_guard lock(m_camera.Mutex());
+    m_stop = true;
+  }
+  m_camera.Changed().notify_all();
+  if (m_thread.joinable()) m_thread.join();
+}
+
+void Streamer::Run() {
+  pthread_setname_np(pthread_self(), "camera-stream");
+  ::prctl(PR_SET_TIMERSLACK, 1000, 0, 0, 0);  // paces packets, so wakes must not be rounded
+  std::unique_lock lock(m_camera.Mutex());
+  while (WaitForFrame(lock)) TakeFrame(lock);
+}
+
+Route Streamer::TakeRoute() const {
+  const StreamState& stream = m_camera.stream;
+  Route route;
+  route.destination = {stream.address, static_cast<uint16_t>(stream.port)};
+  route.packetSize = stream.packetSize;
+  route.doNotFragment = stream.doNotFragment;
+  route.packetDelayNs = stream.packetDelay;
+  if (m_camera.F("DeviceLinkThroughputLimitMode").Bool()) {
+    route.bytesPerSecond = static_cast<uint64_t>(m_camera.F("DeviceLinkThroughputLimit").Int());
+  }
+  return route;
+}
+
+// The shortest time from frame to frame that the settings allow.
+Clock::duration Streamer::Period(const Route& route) const {
+  Clock::duration period = Microseconds(m_camera.F("ExposureTime").Real());
+  if (route.bytesPerSecond != 0) {
+    const double seconds =
+        static_cast<double>(m_camera.PayloadSize()) / static_cast<double>(route.bytesPerSecond);
+    period = std::max(period, Microseconds(seconds * 1e6));
+  }
+  if (m_camera.F("AcquisitionFrameRateEnable").Bool()) {
+    period = std::max(period, Microseconds(1e6 / m_camera.F("AcquisitionFrameRate").Real()));
+  }
+  return period;
+}
+
+// Returns with the lock held when a frame is to be taken (m_start tells when its exposure begins),
+// or false to end.
+bool Streamer::WaitForFrame(std::unique_lock<std::mutex>& lock) {
+  for (;;) {
+    if (m_stop) return false;
+    AcquisitionState& acquisition = m_camera.acquisition;
+    if (!acquisition.active) {
+      m_camera.Changed().wait(lock);
+      continue;
+    }
+    if (m_session != acquisition.session) {
+      m_session = acquisition.session;
+      m_frameNumber = 0;
+      m_nextStart = Clock::now();
+    }
+    if (m_camera.F("TriggerMode").Bool()) {
+      if (acquisition.triggers.empty()) {
+        m_camera.Changed().wait(lock);
+        continue;
+      }
+      m_start =
+          std::max(acquisition.triggers.front() + Microseconds(m_camera.F("TriggerDelay").Real()),
+                   m_nextStart);
+    } else {
+      m_start = m_nextStart;
+    }
+    if (Clock::now() < m_start) {
+      m_camera.Changed().wait_until(lock, m_start);
+      continue;
+    }
+    if (m_camera.F("TriggerMode").Bool()) acquisition.triggers.pop_front();
+    return true;
+  }
+}
+
+Frame& Streamer::NextSlot() {
+  const std::lock_guard lock(m_ringMutex);
+  m_slot = (m_slot + 1) % m_ring.size();
+  m_ring[m_slot]->blockId = 0;  // no longer to be sent again
+  return *m_ring[m_slot];
+}
+
+void Streamer::FillLeaderAndTrailer(Frame& frame) {
+  GigEVision::Leader leader;
+  leader.payloadType = frame.payloadType;
+  leader.timestamp = frame.timestamp;
+  leader.image = frame.image;
+  leader.payloadSize = frame.size;
+  frame.leaderSize = EncodeLeader(frame.leader, leader);
+  GigEVision::Trailer trailer;
+  trailer.payloadType = frame.payloadType;
+  trailer.sizeY = frame.image.sizeY;
+  trailer.chunkLength = static_cast<uint32_t>(frame.size);
+  frame.trailerSize = EncodeTrailer(frame.trailer, trailer);
+}
+
+void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
+  const Route route = TakeRoute();
+  const bool extendedIds = m_camera.stream.extendedIds;
+  const uint64_t session = m_session;
+  if (m_openCount != m_camera.stream.openCount) {
+    m_openCount = m_camera.stream.openCount;
+    m_blockId = 0;
+  }
+  const Clock::duration period = Period(route);
+  const Clock::time_point exposed = m_start + Microseconds(m_camera.F("ExposureTime").Real());
+  // A frame that came late does not make the following ones hurry.
+  m_nextStart = std::max(m_start + period, Clock::now() - period);
+  m_camera.TheModel().TakeSettings();
+  lock.unlock();
+
+  Frame& frame = NextSlot();
+  m_camera.TheModel().Paint(m_frameNumber++, frame);
+  frame.size = frame.imageBytes;
+  frame.timestamp = m_camera.ToDeviceTime(m_start);
+  frame.extendedIds = extendedIds;
+  frame.dataPerPacket = GigEVision::DataPerPacket(route.packetSize, extendedIds);
+  frame.sentPackets = 0;
+  FillLeaderAndTrailer(frame);
+  m_blockId = GigEVision::NextBlockId(m_blockId, extendedIds);
+  {
+    const std::lock_guard ring(m_ringMutex);
+    frame.blockId = m_blockId;
+  }
+
+  lock.lock();
+  m_camera.Changed().wait_until(lock, exposed, [&] {
+    return m_stop || !m_camera.acquisition.active || m_camera.acquisition.session != session;
+  });
+  const bool wanted =
+      !m_stop && m_camera.acquisition.active && m_camera.acquisition.session == session;
+  const bool open = route.destination.port != 0 && m_camera.stream.port == route.destination.port;
+  lock.unlock();
+  if (wanted && open) m_sender.SendFrame(frame, route, m_stop);
+  lock.lock();
+  if (wanted && m_camera.acquisition.session == session) FinishFrame();
+}
+
+void Streamer::FinishFrame() {
+  AcquisitionState& acquisition = m_camera.acquisition;
+  if (acquisition.framesLeft == 0) return;
+  if (--acquisition.framesLeft == 0) m_camera.StopAcquisition();
+}
+
+void Streamer::Resend(const GigEVision::PacketResend& request, const Route& route,
+                      bool extendedStatus) {
+  const std::lock_guard lock(m_ringMutex);
+  const auto it = std::find_if(m_ring.begin(), m_ring.end(), [&](const auto& frame) {
+    return frame->blockId == request.blockId;
+  });
+  if (it == m_ring.end()) {
+    const Status status =
+        extendedStatus ? Status::PacketAndPreviousRemoved : Status::PacketUnavailable;
+    const bool toEnd = request.lastPacket == GigEVision::sk_toLastPacketExtended;
+    const uint32_t last =
+        toEnd ? request.firstPacket
+              : std::min(request.lastPacket, request.firstPacket + sk_maxRefusals - 1);
+    for (uint32_t packet = request.firstPacket; packet <= last; ++packet) {
+      m_sender.SendRefusal(request.blockId, packet, request.extendedIds, route, status);
+    }
+    return;
+  }
+  const Frame& frame = **it;
+  const uint32_t last = std::min(request.lastPacket, frame.TrailerId());
+  if (request.firstPacket > last) {
+    if (request.extendedIds) {
+      m_sender.SendRefusal(request.blockId, request.firstPacket, true, route,
+                           Status::PacketUnavailable, true);
+    }
+    return;
+  }
+  const Status status =
+      frame.extendedIds || !extendedStatus ? Status::Success : Status::PacketResend;
+  size_t sent = 0;
+  for (uint32_t packet = request.firstPacket; packet <= last && sent < sk_maxResendPackets;
+       ++packet, ++sent) {
+    if (packet >= frame.sentPackets.load(std::memory_order_acquire)) {
+      if (extendedStatus) {
+        m_sender.SendRefusal(request.blockId, packet, frame.extendedIds, route,
+                             Status::PacketNotYetAvailable);
+      }
+      break;
+    }
+    m_sender.SendPacket(frame, packet, route, status, true);
+  }
+}
+
+}  // namespace OrvexSim

@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: Apache-2.0
+// The rows of TransportLayerControl: mostly views of bootstrap registers.
+#include "gigevision/Bootstrap.h"
+#include "simulator/CameraCore.h"
+#include "simulator/Limits.h"
+
+namespace OrvexSim {
+
+namespace B = GigEVision::Bootstrap;
+
+void CameraCore::AddTransportFeatures() {
+  FeatureTable& t = m_features;
+  using S = B::Stream;
+  constexpr const char* sk_ip = "IPV4Address";
+  t.Category("DeviceControl");
+  t.Integer("DeviceStreamChannelPacketSize")
+      .Expert()
+      .Unit("B")
+      .Locked()
+      .AtBootstrap(B::StreamRegister(S::Scps), B::sk_scpsSizeMask)
+      .Range(sk_minPacketSize, m_options.maxPacketSize, 4)
+      .Docu("Size of stream packets, IP, UDP and GVSP headers included.");
+  t.Integer("DeviceLinkHeartbeatTimeoutMs")
+      .Custom()
+      .Guru()
+      .Unit("ms")
+      .AtBootstrap(B::sk_heartbeatTimeout)
+      .Range(B::sk_minHeartbeatMs, sk_maxHeartbeatMs)
+      .Docu("How long the camera waits for a sign of its host.");
+  t.Node("DeviceLinkHeartbeatTimeout",
+         "  <Converter Name=\"DeviceLinkHeartbeatTimeout\" NameSpace=\"Standard\">\n"
+         "    <ToolTip>How long the camera waits for a sign of its host.</ToolTip>\n"
+         "    <Visibility>Guru</Visibility>\n"
+         "    <FormulaTo>FROM / 1000</FormulaTo>\n    <FormulaFrom>TO * 1000</FormulaFrom>\n"
+         "    <pValue>DeviceLinkHeartbeatTimeoutMs</pValue>\n    <Unit>us</Unit>\n    "
+         "<Slope>Increasing</Slope>\n"
+         "  </Converter>\n");
+
+  t.Category("TransportLayerControl", "Sizes and settings of the transport.");
+  t.Integer("PayloadSize")
+      .ReadOnly()
+      .Unit("B")
+      .Size(8)
+      .DependsOn(
+          {"Width", "Height", "PixelFormat", "BinningHorizontal", "BinningVertical", "UserSetLoad"})
+      .Get([this] { return static_cast<int64_t>(PayloadSize()); })
+      .Docu("Bytes of one frame.");
+  m_tlParamsLocked =
+      &t.Integer("TLParamsLocked")
+           .Invisible()
+           .Transient()
+           .Range(0, 1)
+           .Docu("Set by the host while it streams: what changes the payload is locked.");
+
+  t.Category("GigEVision", "Registers of the GigE Vision standard.", "TransportLayerControl");
+  t.Integer("GevVersionMajor")
+      .ReadOnly()
+      .Expert()
+      .AtBootstrap(B::sk_version, 0xFFFF0000)
+      .Docu("Version of the standard.");
+  t.Integer("GevVersionMinor")
+      .ReadOnly()
+      .Expert()
+      .AtBootstrap(B::sk_version, 0x0000FFFF)
+      .Docu("Version of the standard.");
+  t.Node(
+      "GevMACAddress",
+      "  <Integer Name=\"GevMACAddress\" NameSpace=\"Standard\">\n"
+      "    <ToolTip>MAC address of the camera.</ToolTip>\n    "
+      "<ImposedAccessMode>RO</ImposedAccessMode>\n"
+      "    <pValue>GevMACAddress_Value</pValue>\n    <Representation>MACAddress</Representation>\n "
+      " </Integer>\n"
+      "  <MaskedIntReg Name=\"GevMACAddress_Value\" NameSpace=\"Custom\">\n"
+      "    <Visibility>Invisible</Visibility>\n    <Address>0x8</Address>\n    <Length>8</Length>\n"
+      "    <AccessMode>RO</AccessMode>\n    <pPort>Device</pPort>\n    <LSB>63</LSB>\n    "
+      "<MSB>16</MSB>\n"
+      "    <Sign>Unsigned</Sign>\n    <Endianess>BigEndian</Endianess>\n  </MaskedIntReg>\n");
+  t.Boolean("GevCurrentIPConfigurationLLA")
+      .Guru()
+      .ReadOnly()
+      .AtBootstrap(B::sk_ipConfiguration, B::sk_ipLinkLocal)
+      .Docu("Whether the camera may choose a link-local address; always true.");
+  t.Boolean("GevCurrentIPConfigurationDHCP")
+      .Guru()
+      .AtBootstrap(B::sk_ipConfiguration, B::sk_ipDhcp)
+      .Docu("Whether the camera asks a DHCP server for its address.");
+  t.Boolean("GevCurrentIPConfigurationPersistentIP")
+      .Guru()
+      .AtBootstrap(B::sk_ipConfiguration, B::sk_ipPersistent)
+      .Docu("Whether the camera uses its persistent address.");
+  t.Integer("GevCurrentIPAddress")
+      .ReadOnly()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_currentIp)
+      .Volatile()
+      .Docu("Address of the camera.");
+  t.Integer("GevCurrentSubnetMask")
+      .ReadOnly()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_currentSubnetMask)
+      .Volatile()
+      .Docu("Subnet mask of the camera.");
+  t.Integer("GevCurrentDefaultGateway")
+      .ReadOnly()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_currentGateway)
+      .Volatile()
+      .Docu("Gateway of the camera.");
+  t.Integer("GevPersistentIPAddress")
+      .Guru()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_persistentIp)
+      .Docu("Address used when the persistent configuration is enabled.");
+  t.Integer("GevPersistentSubnetMask")
+      .Guru()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_persistentSubnetMask)
+      .Docu("Subnet mask of the persistent configuration.");
+  t.Integer("GevPersistentDefaultGateway")
+      .Guru()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_persistentGateway)
+      .Docu("Gateway of the persistent configuration.");
+  t.Integer("GevLinkSpeed")
+      .ReadOnly()
+      .Expert()
+      .Unit("Mbps")
+      .AtBootstrap(B::sk_linkSpeed)
+      .Docu("Speed of the link.");
+  t.Integer("GevHeartbeatTimeout")
+      .Guru()
+      .Unit("ms")
+      .AtBootstrap(B::sk_heartbeatTimeout)
+      .Range(B::sk_minHeartbeatMs, sk_maxHeartbeatMs)
+      .Docu("How long the camera waits for a sign of its host.");
+  t.Boolean("GevGVCPHeartbeatDisable")
+      .Guru()
+      .AtBootstrap(B::sk_gvcpConfiguration, B::sk_cfgHeartbeatDisable)
+      .Docu("Switches the heartbeat off.");
+  t.Boolean("GevGVCPPendingAck")
+      .Guru()
+      .AtBootstrap(B::sk_gvcpConfiguration, B::sk_cfgPendingAck)
+      .Docu("Lets the camera ask for more time to answer.");
+  t.Integer("GevGVCPPendingTimeout")
+      .Guru()
+      .ReadOnly()
+      .Unit("ms")
+      .AtBootstrap(B::sk_pendingTimeout)
+      .Docu("Longest time without an answer.");
+  t.Enumeration("GevGVSPExtendedIDMode", {{"Off", 0}, {"On", 1}})
+      .Expert()
+      .Locked()
+      .AtBootstrap(B::sk_gvspConfiguration, B::sk_gvspCfgExtendedIds)
+      .Docu("Whether block ids have 64 bits.");
+  t.Enumeration("GevCCP", {{"OpenAccess", 0},
+                           {"ExclusiveAccess", 1},
+                           {"ControlAccess", 2},
+                           {"ControlAccessSwitchoverActive", 6}})
+      .Guru()
+      .AtBootstrap(B::sk_ccp, 0x7)
+      .Volatile()
+      .Docu("Who may control the camera.");
+  t.Integer("GevPrimaryApplicationSocket")
+      .Guru()
+      .ReadOnly()
+      .AtBootstrap(B::sk_primaryPort, 0xFFFF)
+      .Volatile()
+      .Docu("Port of the application in control.");
+  t.Integer("GevPrimaryApplicationIPAddress")
+      .Guru()
+      .ReadOnly()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_primaryIp)
+      .Volatile()
+      .Docu("Address of the application in control.");
+  t.Integer("GevMCPHostPort")
+      .Guru()
+      .AtBootstrap(B::sk_mcp, B::sk_portMask)
+      .Range(0, 65535)
+      .Docu("Port that events go to; 0 closes the channel.");
+  t.Integer("GevMCDA")
+      .Guru()
+      .Representation(sk_ip)
+      .AtBootstrap(B::sk_mcda)
+      .Docu("Address that events go to.");
+  t.Integer("GevMCTT")
+      .Guru()
+      .Unit("ms")
+      .AtBootstrap(B::sk_mctt)
+      .Docu("Time to wait for the answer to an event.");
+  t.Integer("GevMCRC")
+      .Guru()
+      .AtBootstrap(B::sk_mcrc)
+      .Docu("How often an unanswered event is repeated.");
+  t.Integer("GevMCSP")
+      .Guru()
+      .ReadOnly()
+      .AtBootstrap(B::sk_mcsp, B::sk_portMask)
+      .Docu("Port that events come from.");
+  t.Integer("GevStreamChannelSelector")
+      .Expert()
+      .Transient()
+      .Range(0, 0)
+      .Docu("Stream channel of the following features.");
+  t.Integer("GevSCPHostPort")
+      .Guru()
+      .AtBootstrap(B::StreamRegister(S::Scp), B::sk_portMask)
+      .Range(0, 65535)
+      .Volatile()
+      .Docu("Port that the stream goes to; 0 closes the channel.");
+  t.Boolean("GevSCPSFireTestPacket")
+      .Guru()
+      .AtBootstrap(B::StreamRegister(S::Scps), B::sk_scpsFireTestPacket)
+      .Volatile()
+      .Docu("Sends one test packet of the size set.");
+  t.Boolean("GevSCPSDoNotFragment")
+      .Guru()
+      .Locked()
+      .AtBootstrap(B::StreamRegister(S::Scps), B::sk_scpsDoNotFragment)
+      .Docu("Whether routers may split stream packets.");
+  t.Integer("GevSCPSPacketSize")
+      .Expert()
+      .Unit("B")
+      .Locked()
+      .AtBootstrap(B::StreamRegister(S::Scps), B::sk_scpsSizeMask)
+      .Range(sk_minPacketSize, m_options.maxPacketSize, 4)
+      .Docu("Size of stream packets, IP, UDP and GVSP headers included.");
+  t.Integer("GevSCPD")
+      .Expert()
+      .AtBootstrap(B::StreamRegister(S::Scpd))
+      .Docu("Least time between packets, in ticks.");
+  t.Integer("GevSCDA")
+      .Guru()
+      .Representation(sk_ip)
+      .AtBootstrap(B::StreamRegister(S::Scda))
+      .Volatile()
+      .Docu("Address that the stream goes to.");
+  t.Integer("GevSCSP")
+      .Guru()
+      .ReadOnly()
+      .AtBootstrap(B::StreamRegister(S::Scsp), B::sk_portMask)
+      .Docu("Port that the stream comes from.");
+}
+
+}  // namespace OrvexSim

@@ -1,0 +1,17 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// Writes an archive with one file, the form in which cameras serve their descriptions. Stateless:
+// any thread.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace OrvexSim {
+
+// A zip archive (deflated) that holds `content` under `fileName`. Throws std::runtime_error when
+// compression fails.
+std::vector<uint8_t> ZipOneFile(const std::string& fileName, std::string_view content);
+
+}  // namespace OrvexSim
