@@ -107,10 +107,6 @@ class WholeDestination {
   std::unique_ptr<uint8_t[]> m_copy;
 };
 
-size_t WholeBytes(size_t pixels, uint64_t format) {
-  return (pixels * GetBitsPerPixel(format) + 7) / 8;
-}
-
 IppiSize SizeOf(size_t width, size_t height) {
   return {int(width), int(height)};
 }
@@ -174,15 +170,20 @@ void ImageFactoryConvert::convert(IImage* pSrc, Image* pDst, uint64_t pixelForma
   CHECK_ARG(FitsPrimitives(width, height), InvalidArgumentException,
             "Image is too large to convert");
   const size_t pixels = width * height;
-  const WholeSource source(pSrc, WholeBytes(pixels, srcFormat));
+  const ConvertFormat* pFrom = FindConvertFormat(srcFormat);
+  const ConvertFormat* pTo = FindConvertFormat(pixelFormat);
+  const WholeSource source(pSrc, pFrom ? WholeBytes(*pFrom, pixels) : 0);
   const WholeDestination destination(FrameCells::WritableData(pDst), dstBytes,
-                                     WholeBytes(pixels, pixelFormat));
+                                     pTo ? WholeBytes(*pTo, pixels) : 0);
   if (pixelFormat == BGRa8) {
     fromPixelFormat(pSrc, source.Data(), destination.Data(), bayerAlgorithm);
   } else if (!runShortcut(srcFormat, pixelFormat, source.Data(), destination.Data(), width, height,
                           // Kept on purpose: shortcuts demosaic directionally, whatever the caller
                           // asked for.
-                          DirectionalInterpolation)) {
+                          DirectionalInterpolation) &&
+             !(pFrom != nullptr && pTo != nullptr &&
+               RunDirect(*pFrom, *pTo, {SizeOf(width, height), pFrom->from}, source.Data(),
+                         destination.Data(), bayerAlgorithm))) {
     const auto bgra = AllocateBytes(pixels * 4);
     fromPixelFormat(pSrc, source.Data(), bgra.get(), bayerAlgorithm);
     toPixelFormat(pSrc, destination.Data(), bgra.get(), pixelFormat);

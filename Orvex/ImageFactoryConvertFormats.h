@@ -142,8 +142,13 @@ constexpr size_t SamplesOf(Family family, size_t n) {
   }
 }
 
-// Shortcuts
-// ------------------------------------------------------------------------------------------------------------
+// Bytes that the kernels touch for n pixels: whole samples, and the last byte even when it is
+// filled in part.
+constexpr size_t WholeBytes(const ConvertFormat& row, size_t n) {
+  return Primitives::BytesOf(row.packing, SamplesOf(row.family, n));
+}
+
+// ---- Shortcuts ----------------------------------------------------------------------------------
 
 // Formats of polarised pixels and of 24 bits convert, but have no shortcuts.
 constexpr bool HasShortcuts(const ConvertFormat& row) {

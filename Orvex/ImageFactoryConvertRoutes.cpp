@@ -25,22 +25,34 @@ void Repack(Packing from, Packing to, const uint8_t* pSrc, uint8_t* pDst, size_t
   Primitives::FindDepthKernel(from, to)(pSrc, pDst, uint32_t(n), 1);
 }
 
-// The samples in 8 bits, in scratch space. Two packings stop before the last samples; those become
-// 0, so that no earlier image shows through.
-void ReduceTo8(Packing packing, const uint8_t* pSrc, uint8_t* pDst, size_t n) {
-  const size_t open = n < 3 ? n : 3;
-  std::memset(pDst + n - open, 0, open);
-  Repack(packing, Packing::U8, pSrc, pDst, n);
+// The samples of a format in 8 bits.
+void NarrowTo8(const ConvertFormat& format, const ConvertJob& job, const uint8_t* pSrc,
+               uint8_t* pDst) {
+  if (format.packing == Packing::U16 && (format.family == Family::Mono || IsBayer(format.family))) {
+    const int w = job.size.width;
+    job.Check(ippiScale_16u8u_C1R(As16(pSrc), 2 * w, pDst, w, job.size, ippAlgHintAccurate));
+  } else {
+    Repack(format.packing, Packing::U8, pSrc, pDst, SamplesOf(format.family, job.Pixels()));
+  }
 }
 
-// Demosaics into pool A, whose pixels it returns.
+// The same in scratch space. Two packings stop before the last samples; those become 0, so that
+// no earlier image shows through.
+void ReduceTo8(const ConvertFormat& format, const ConvertJob& job, const uint8_t* pSrc,
+               uint8_t* pDst) {
+  const size_t samples = SamplesOf(format.family, job.Pixels());
+  const size_t open = samples < 3 ? samples : 3;
+  std::memset(pDst + samples - open, 0, open);
+  NarrowTo8(format, job, pSrc, pDst);
+}
+
+// Demosaics to RGB.
 template <class T>
-uint8_t* Demosaic(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid,
-                  const uint8_t* pSrc, _EBayerAlgorithm algorithm) {
+void Demosaic(const ConvertJob& job, IppiBayerGrid grid, const uint8_t* pSrc,
+              _EBayerAlgorithm algorithm, uint8_t* pRgb) {
   const int width = job.size.width, step = width * int(sizeof(T));
   const IppiRect region{0, 0, width, job.size.height};
   const T* pMosaic = reinterpret_cast<const T*>(pSrc);
-  uint8_t* pRgb = pools.A(job.Pixels() * 3 * sizeof(T));
   T* pOut = reinterpret_cast<T*>(pRgb);
   switch (algorithm) {
     case DirectionalInterpolation:
@@ -49,7 +61,7 @@ uint8_t* Demosaic(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid
       } else {
         job.Check(ippiCFAToRGB_16u_C1C3R(pMosaic, region, job.size, step, pOut, 3 * step, grid, 0));
       }
-      return pRgb;
+      return;
     case AdaptiveHomogeneityDirected: {
       const int tmpStep = (width + 6) * int(sizeof(T));
       const auto tmp = AllocateBytes(size_t(tmpStep) * 30);
@@ -61,11 +73,20 @@ uint8_t* Demosaic(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid
         job.Check(ippiDemosaicAHD_16u_C1C3R(pMosaic, region, job.size, step, pOut, 3 * step, grid,
                                             pTmp, tmpStep));
       }
-      return pRgb;
+      return;
     }
     default:
       ThrowConversionError(job.kernel, "Conversion error, unknown algorithm");
   }
+}
+
+// Demosaics into pool A, whose pixels it returns.
+template <class T>
+uint8_t* DemosaicToPool(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid,
+                        const uint8_t* pSrc, _EBayerAlgorithm algorithm) {
+  uint8_t* pRgb = pools.A(job.Pixels() * 3 * sizeof(T));
+  Demosaic<T>(job, grid, pSrc, algorithm, pRgb);
+  return pRgb;
 }
 
 // 8-bit samples of a family to BGRa8. Pools A and C are free for it; pBytes may lie in pool B.
@@ -80,7 +101,7 @@ void From8(Family family, ScratchPools& pools, const ConvertJob& job, const uint
     case Family::BayerGR:
     case Family::BayerGB:
     case Family::BayerBG: {
-      const uint8_t* pRgb = Demosaic<Ipp8u>(pools, job, GridOf(family), pBytes, algorithm);
+      const uint8_t* pRgb = DemosaicToPool<Ipp8u>(pools, job, GridOf(family), pBytes, algorithm);
       job.Check(
           ippiSwapChannels_8u_C3C4R(pRgb, 3 * w, pBgra, 4 * w, job.size, sk_swapRedAndBlue, 0));
       return;
@@ -246,15 +267,8 @@ void FromFormat(const ConvertFormat& format, const ConvertJob& job, const uint8_
     return;
   }
   if (format.packing != Packing::U8) {
-    const size_t samples = SamplesOf(format.family, job.Pixels());
-    uint8_t* pBytes = pools.B(samples);
-    if (format.packing == Packing::U16 &&
-        (format.family == Family::Mono || IsBayer(format.family))) {
-      const int w = job.size.width;
-      job.Check(ippiScale_16u8u_C1R(As16(pSrc), 2 * w, pBytes, w, job.size, ippAlgHintAccurate));
-    } else {
-      ReduceTo8(format.packing, pSrc, pBytes, samples);
-    }
+    uint8_t* pBytes = pools.B(SamplesOf(format.family, job.Pixels()));
+    ReduceTo8(format, job, pSrc, pBytes);
     pSrc = pBytes;
   }
   From8(format.family, pools, job, pSrc, pBgra, algorithm);
@@ -275,6 +289,52 @@ void ToFormat(const ConvertFormat& format, const ConvertJob& job, const uint8_t*
   uint8_t* pBytes = pools.B(samples);
   To8(format.family, pools, job, pBgra, pBytes);
   Repack(Packing::U8, format.packing, pBytes, pDst, samples);
+}
+
+bool RunDirect(const ConvertFormat& from, const ConvertFormat& to, const ConvertJob& job,
+               const uint8_t* pSrc, uint8_t* pDst, _EBayerAlgorithm algorithm) {
+  const int w = job.size.width;
+  if (from.family == Family::Mono && to.family == Family::Mono) {
+    // Grey of equal channels is their value.
+    ScratchPools pools;
+    if (to.packing == Packing::U8) {
+      if (from.packing != Packing::U8)
+        NarrowTo8(from, job, pSrc, pDst);
+      else
+        std::memcpy(pDst, pSrc, job.Pixels());
+      return true;
+    }
+    if (from.packing != Packing::U8) {
+      uint8_t* pBytes = pools.B(job.Pixels());
+      ReduceTo8(from, job, pSrc, pBytes);
+      pSrc = pBytes;
+    }
+    Repack(Packing::U8, to.packing, pSrc, pDst, job.Pixels());
+    return true;
+  }
+  if (IsBayer(from.family) && to.packing == Packing::U8 &&
+      (to.family == Family::RGB || to.family == Family::BGR)) {
+    ScratchPools pools;
+    if (from.packing != Packing::U8) {
+      uint8_t* pBytes = pools.B(job.Pixels());
+      ReduceTo8(from, job, pSrc, pBytes);
+      pSrc = pBytes;
+    }
+    if (to.family == Family::RGB) {
+      Demosaic<Ipp8u>(job, GridOf(from.family), pSrc, algorithm, pDst);
+    } else {
+      const uint8_t* pRgb = DemosaicToPool<Ipp8u>(pools, job, GridOf(from.family), pSrc, algorithm);
+      job.Check(ippiSwapChannels_8u_C3R(pRgb, 3 * w, pDst, 3 * w, job.size, sk_swapRedAndBlue));
+    }
+    return true;
+  }
+  if (from.packing == Packing::U8 && to.packing == Packing::U8 &&
+      ((from.family == Family::RGB && to.family == Family::BGR) ||
+       (from.family == Family::BGR && to.family == Family::RGB))) {
+    job.Check(ippiSwapChannels_8u_C3R(pSrc, 3 * w, pDst, 3 * w, job.size, sk_swapRedAndBlue));
+    return true;
+  }
+  return false;
 }
 
 void RunGeneralShortcut(const ConvertFormat& from, const ConvertFormat& to, const ConvertJob& job,
@@ -316,7 +376,7 @@ void RunBayerShortcut(const ConvertFormat& from, const ConvertFormat& to, const 
   const IppiBayerGrid grid = GridOf(from.family);
   ScratchPools pools;
   if (from.packing == Packing::U8) {
-    const uint8_t* pRgb = Demosaic<Ipp8u>(pools, job, grid, pSrc, algorithm);
+    const uint8_t* pRgb = DemosaicToPool<Ipp8u>(pools, job, grid, pSrc, algorithm);
     uint8_t* pGrey = to.packing == Packing::U8 ? pDst : pools.B(n);
     job.Check(ippiRGBToGray_8u_C3C1R(pRgb, 3 * w, pGrey, w, job.size));
     if (to.packing != Packing::U8) Repack(Packing::U8, to.packing, pGrey, pDst, n);
@@ -327,7 +387,7 @@ void RunBayerShortcut(const ConvertFormat& from, const ConvertFormat& to, const 
     Repack(from.packing, Packing::U16, pSrc, pWide, n);
     pSrc = pWide;
   }
-  const uint8_t* pRgb = Demosaic<Ipp16u>(pools, job, grid, pSrc, algorithm);
+  const uint8_t* pRgb = DemosaicToPool<Ipp16u>(pools, job, grid, pSrc, algorithm);
   if (to.family != Family::Mono) {
     const int* order = to.family == Family::RGB ? sk_keepOrder : sk_swapRedAndBlue;
     job.Check(ippiSwapChannels_16u_C3R(As16(pRgb), 6 * w, As16(pDst), 6 * w, job.size, order));

@@ -35,6 +35,12 @@ void FromFormat(const ConvertFormat& format, const ConvertJob& job, const uint8_
 void ToFormat(const ConvertFormat& format, const ConvertJob& job, const uint8_t* pBgra,
               uint8_t* pDst);
 
+// Whether the pair has a way that gives the bytes of the way through BGRa8 without going there; if
+// so it has run. Of two packed formats some bytes of the destination stay unwritten, see
+// BitDepth.h.
+bool RunDirect(const ConvertFormat& from, const ConvertFormat& to, const ConvertJob& job,
+               const uint8_t* pSrc, uint8_t* pDst, _EBayerAlgorithm algorithm);
+
 // Runs the shortcut of a pair for which one of the two rules holds.
 void RunGeneralShortcut(const ConvertFormat& from, const ConvertFormat& to, const ConvertJob& job,
                         const uint8_t* pSrc, uint8_t* pDst);

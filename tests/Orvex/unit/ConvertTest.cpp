@@ -1,0 +1,423 @@
+// SPDX-License-Identifier: Apache-2.0
+// Conversion between pixel formats, through the image factory: which pairs convert, what they say
+// if not, and what comes out.
+#include <Base/GCException.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ImageFactory.h"
+#include "Orvex/ImageFactoryConvert.h"
+#include "PixelFormat.h"
+#include "tests/Orvex/ConvertPixels.h"
+
+namespace {
+
+using namespace Orvex;
+using namespace ConvertPixels;
+
+struct Destroyer {
+  void operator()(IImage* pImage) const { ImageFactory::Destroy(pImage); }
+};
+using Owned = std::unique_ptr<IImage, Destroyer>;
+
+class Convert : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { OpenImageFactory(); }
+  static void TearDownTestSuite() { CloseImageFactory(); }
+
+  static Owned Make(PfncFormat_ format, int width, int height, const Bytes& data) {
+    return Owned(
+        ImageFactory::Create(data.data(), data.size(), size_t(width), size_t(height), format));
+  }
+
+  // The converted bytes.
+  static Bytes Run(PfncFormat_ from, PfncFormat_ to, int width, int height, const Bytes& data,
+                   _EBayerAlgorithm algorithm = DirectionalInterpolation) {
+    const Owned source = Make(from, width, height, data);
+    const Owned result(ImageFactory::Convert(source.get(), to, algorithm));
+    EXPECT_EQ(result->GetPixelFormat(), uint64_t(to));
+    return Bytes(result->GetData(), result->GetData() + result->GetSizeFilled());
+  }
+
+  // The same over a buffer that holds 0xC5 everywhere before.
+  static Bytes RunOver(PfncFormat_ from, PfncFormat_ to, int width, int height, const Bytes& data) {
+    const Owned source = Make(from, width, height, data);
+    Bytes out(ImageFactory::ConvertLen(source.get(), to), 0xC5);
+    const Owned result(ImageFactory::ConvertShallow(out.data(), out.size(), source.get(), to));
+    return out;
+  }
+
+  static std::string MessageOf(const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const GenICam::GenericException& e) {
+      return e.GetDescription();
+    }
+    return "no exception";
+  }
+};
+
+// Pairs
+// ---------------------------------------------------------------------------------------------------------------
+
+struct NamedFormat {
+  const char* name;
+  PfncFormat_ format;
+};
+
+constexpr NamedFormat sk_sources[] = {
+#define ROW(name) {#name, name},
+    CONVERT_TEST_SINGLE(ROW, Mono) CONVERT_TEST_SINGLE(ROW, BayerRG)
+        CONVERT_TEST_SINGLE(ROW, BayerGR) CONVERT_TEST_SINGLE(ROW, BayerGB)
+            CONVERT_TEST_SINGLE(ROW, BayerBG) CONVERT_TEST_COLOUR(ROW)};
+
+constexpr NamedFormat sk_destinations[] = {CONVERT_TEST_SINGLE(ROW, Mono) CONVERT_TEST_COLOUR(ROW)};
+
+constexpr NamedFormat sk_multiChannel[] = {
+    ROW(DualMono8) ROW(DualBayerRG12p) ROW(QuadMono16) ROW(QuadBayerBG8)
+        ROW(PolarizedAngles_0d_45d_90d_135d_Mono8) ROW(PolarizedStokes_S0_S1_S2_Mono8)
+            ROW(PolarizedDolpAolp_BayerRG8) ROW(PolarizedAolp_Mono8)};
+
+constexpr NamedFormat sk_withoutRoute[] = {ROW(Coord3D_C16) ROW(Coord3D_ABCY16) ROW(Confidence16)};
+#undef ROW
+
+TEST_F(Convert, EverySourceReachesEveryDestination) {
+  for (const NamedFormat& from : sk_sources) {
+    const Bytes data = Noise(16 * 6 * GetBitsPerPixel(from.format) / 8, 1);
+    for (const NamedFormat& to : sk_destinations) {
+      for (const auto algorithm : {DirectionalInterpolation, AdaptiveHomogeneityDirected}) {
+        EXPECT_NO_THROW({
+          const Bytes out = Run(from.format, to.format, 16, 6, data, algorithm);
+          EXPECT_EQ(out.size(), 16 * 6 * GetBitsPerPixel(to.format) / 8);
+        }) << from.name
+           << " to " << to.name;
+      }
+    }
+  }
+}
+
+TEST_F(Convert, EqualFormatsCopyTheBytes) {
+  for (const PfncFormat_ format :
+       {Mono12p, BayerGB10Packed, QuadMono8, Coord3D_ABC16, YCbCr411_8}) {
+    const Bytes data = Noise(8 * 4 * GetBitsPerPixel(format) / 8, 2);
+    EXPECT_EQ(Run(format, format, 8, 4, data), data);
+  }
+}
+
+TEST_F(Convert, SaysWhyAPairDoesNotConvert) {
+  const auto message = [](PfncFormat_ from, PfncFormat_ to) {
+    return MessageOf([&] { Run(from, to, 8, 4, Noise(8 * 4 * GetBitsPerPixel(from) / 8, 3)); });
+  };
+  const auto logical = [](const std::string& text, const std::string& function) {
+    return "LogicalErrorException: " + text + " (ImageFactoryConvert.cpp, " + function + ")";
+  };
+  for (const NamedFormat& format : sk_multiChannel) {
+    const std::string text = std::string("Pixel format conversion from ") + format.name +
+                             " not supported due to multiple-channel ambiguity";
+    EXPECT_EQ(message(format.format, RGB8), logical(text, "fromPixelFormat"));
+    EXPECT_EQ(message(RGB8, format.format), logical(text, "toPixelFormat"));
+  }
+  for (const NamedFormat& format : sk_withoutRoute) {
+    const std::string name = format.name;
+    EXPECT_EQ(message(format.format, RGB8),
+              logical("Pixel format conversion from " + name + " not yet implemented",
+                      "fromPixelFormat"));
+    EXPECT_EQ(
+        message(RGB8, format.format),
+        logical("Pixel format conversion to " + name + " not yet implemented", "toPixelFormat"));
+  }
+  for (const NamedFormat& format : sk_sources) {
+    if (std::string(format.name).rfind("Bayer", 0) != 0) continue;
+    EXPECT_EQ(message(RGB8, format.format),
+              logical("Pixel format conversion to " + std::string(format.name) +
+                          " not available, reverse bayer interpolation not supported",
+                      "toPixelFormat"));
+  }
+  EXPECT_EQ(message(RGB8, RGB565p),
+            logical("To pixel format RGB565p not supported", "toPixelFormat"));
+  EXPECT_EQ(message(RGB8, PfncFormat_(0x01089999)),
+            logical("To pixel format UnknownPixelFormat not supported", "toPixelFormat"));
+}
+
+TEST_F(Convert, UndefinedAlgorithmFailsOnlyWhereItIsAsked) {
+  const Bytes data = Noise(8 * 8, 4);
+  EXPECT_EQ(MessageOf([&] { Run(BayerRG8, RGB8, 8, 8, data, _UndefinedAlgorithm); }),
+            "RuntimeException: Conversion error, unknown algorithm (ImageFactoryConvert.cpp, "
+            "fromBayer8)");
+  EXPECT_EQ(MessageOf([&] { Run(BayerRG8, BGRa8, 8, 8, data, _UndefinedAlgorithm); }),
+            "RuntimeException: Conversion error, unknown algorithm (ImageFactoryConvert.cpp, "
+            "fromBayer8)");
+  EXPECT_NO_THROW(Run(BayerRG8, Mono8, 8, 8, data, _UndefinedAlgorithm));
+  EXPECT_NO_THROW(Run(Mono8, RGB8, 8, 8, data, _UndefinedAlgorithm));
+}
+
+TEST_F(Convert, ShortcutsIgnoreTheAlgorithm) {
+  const Bytes data = Noise(32 * 32, 5);
+  EXPECT_EQ(Run(BayerRG8, Mono8, 32, 32, data, DirectionalInterpolation),
+            Run(BayerRG8, Mono8, 32, 32, data, AdaptiveHomogeneityDirected));
+  EXPECT_NE(Run(BayerRG8, RGB8, 32, 32, data, DirectionalInterpolation),
+            Run(BayerRG8, RGB8, 32, 32, data, AdaptiveHomogeneityDirected));
+}
+
+TEST_F(Convert, RegistersExactlyTheShortcutPairs) {
+  size_t general = 0, bayer = 0;
+  const Bytes source(4096, 0x11);
+  Bytes destination(4096);
+  for (const NamedFormat& from : sk_sources) {
+    for (const NamedFormat& to : sk_destinations) {
+      const bool ran =
+          ImageFactoryConvert::runShortcut(from.format, to.format, source.data(),
+                                           destination.data(), 8, 8, DirectionalInterpolation);
+      (std::string(from.name).rfind("Bayer", 0) == 0 ? bayer : general) += ran;
+    }
+  }
+  EXPECT_EQ(general, 70u);
+  EXPECT_EQ(bayer, 224u);
+}
+
+TEST_F(Convert, CountsBytesOfAnImage) {
+  EXPECT_EQ(ImageFactoryConvert::calcSize(8, 2, Mono8), 16u);
+  EXPECT_EQ(ImageFactoryConvert::calcSize(4, 2, Mono10p), 11u);
+  EXPECT_EQ(ImageFactoryConvert::calcSize(3, 1, Mono12p), 5u);
+  EXPECT_EQ(ImageFactoryConvert::calcSize(3, 1, Mono16), 7u);
+}
+
+// Colours
+// -------------------------------------------------------------------------------------------------------------
+
+constexpr const char* sk_patterns[] = {"RG", "GR", "GB", "BG"};
+
+// A flat picture of one colour (of 8 bits) as a mosaic.
+Bytes FlatMosaic(int pattern, const char* depth, const int (&rgb)[3], int width, int height) {
+  std::vector<int> values;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const int redColumn = pattern == 1 || pattern == 3, redRow = pattern >= 2;
+      const bool red = (x & 1) == redColumn && (y & 1) == redRow,
+                 blue = (x & 1) != redColumn && (y & 1) != redRow;
+      values.push_back(red ? rgb[0] : blue ? rgb[2] : rgb[1]);
+    }
+  }
+  return Pack(depth, values);
+}
+
+TEST_F(Convert, MosaicsOfEveryPatternAndDepthShowTheirColour) {
+  const int rgb[3] = {200, 120, 40};
+  const int grey = (200 * 299 + 120 * 587 + 40 * 114 + 500) / 1000;
+  for (int pattern = 0; pattern < 4; ++pattern) {
+    for (const char* depth : {"8", "10", "10p", "12", "12p", "16", "24"}) {
+      const std::string name = std::string("Bayer") + sk_patterns[pattern] + depth;
+      const auto* pSource = std::find_if(std::begin(sk_sources), std::end(sk_sources),
+                                         [&](const NamedFormat& row) { return name == row.name; });
+      ASSERT_NE(pSource, std::end(sk_sources));
+      const PfncFormat_ format = pSource->format;
+      const Bytes mosaic = FlatMosaic(pattern, depth, rgb, 12, 10);
+      for (const auto algorithm : {DirectionalInterpolation, AdaptiveHomogeneityDirected}) {
+        EXPECT_EQ(Run(format, RGB8, 12, 10, mosaic, algorithm), Repeat({200, 120, 40}, 120))
+            << name;
+        EXPECT_EQ(Run(format, BGR8, 12, 10, mosaic, algorithm), Repeat({40, 120, 200}, 120))
+            << name;
+        EXPECT_EQ(Run(format, BGRa8, 12, 10, mosaic, algorithm), Repeat({40, 120, 200, 0}, 120))
+            << name;
+      }
+      // From 8 bits there is a shortcut that weighs red, green, blue; from the others the weights
+      // fall on blue first.
+      const int other = (40 * 299 + 120 * 587 + 200 * 114 + 500) / 1000;
+      const bool shortcut = std::string(depth) == "8";
+      EXPECT_EQ(Run(format, Mono8, 12, 10, mosaic), Repeat({uint8_t(shortcut ? grey : other)}, 120))
+          << name;
+    }
+  }
+}
+
+TEST_F(Convert, SixteenBitColourKeepsTheBitsOfTheSource) {
+  // 12 bits of different values for each colour, in the top of 16.
+  std::vector<int> values;
+  for (int y = 0; y < 8; ++y) {
+    for (int x = 0; x < 8; ++x)
+      values.push_back(y % 2 == 0 && x % 2 == 0 ? 0xABC : y % 2 && x % 2 ? 0x123 : 0x654);
+  }
+  const Bytes expected = Repeat({0xC0, 0xAB, 0x40, 0x65, 0x30, 0x12}, 64);
+  const Bytes swapped = Repeat({0x30, 0x12, 0x40, 0x65, 0xC0, 0xAB}, 64);
+  EXPECT_EQ(Run(BayerRG12, RGB16, 8, 8, PackBits("12", values)), expected);
+  EXPECT_EQ(Run(BayerRG12p, RGB16, 8, 8, PackBits("12p", values)), expected);
+  EXPECT_EQ(Run(BayerRG12Packed, BGR16, 8, 8, PackBits("12Packed", values)), swapped);
+}
+
+struct Sample {
+  PfncFormat_ from, to;
+  Bytes source, expected;
+};
+
+// One pixel, or one group, repeated over the image.
+class Samples : public Convert, public testing::WithParamInterface<Sample> {};
+
+TEST_P(Samples, Convert) {
+  const Sample& sample = GetParam();
+  const size_t pixels = 48;
+  const size_t in = pixels * GetBitsPerPixel(sample.from) / 8,
+               out = pixels * GetBitsPerPixel(sample.to) / 8;
+  EXPECT_EQ(Run(sample.from, sample.to, 8, 6, Repeat(sample.source, in / sample.source.size())),
+            Repeat(sample.expected, out / sample.expected.size()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Orders, Samples,
+    testing::Values(
+        Sample{Mono8, RGB8, {77}, {77, 77, 77}}, Sample{Mono8, BGRa8, {77}, {77, 77, 77, 0}},
+        Sample{Mono16, Mono8, {0xFF, 0x7F}, {127}},
+        // Value / 257 to the nearest: 0x7FFF is 127.498.
+        Sample{Mono16, BGRa8, {0x81, 0x7F}, {127, 127, 127, 0}},
+        Sample{Mono24, Mono8, {1, 2, 200}, {200}}, Sample{Mono12, Mono8, {0xFF, 0x0A}, {0xAF}},
+        Sample{Mono10, RGB8, {0xFF, 0x02}, {191, 191, 191}},
+        Sample{RGB8, BGR8, {1, 2, 3}, {3, 2, 1}}, Sample{BGR8, RGBa8, {1, 2, 3}, {3, 2, 1, 0}},
+        Sample{BGRa8, RGBa8, {1, 2, 3, 4}, {3, 2, 1, 4}},
+        Sample{RGBa8, BGR8, {1, 2, 3, 4}, {3, 2, 1}},
+        Sample{RGB16, BGRa8, {0, 1, 0, 128, 255, 255}, {255, 128, 1, 0}},
+        Sample{RGB8, RGB16, {1, 128, 255}, {1, 1, 128, 128, 255, 255}},
+        Sample{RGB8, BGR16, {1, 128, 255}, {255, 255, 128, 128, 1, 1}},
+        Sample{BGRa8, BGRa16, {1, 2, 3, 4}, {1, 1, 2, 2, 3, 3, 4, 4}},
+        Sample{RGB12, RGB8, {0xF0, 0x0F, 0x10, 0x00, 0x80, 0x08}, {255, 1, 136}},
+        Sample{RGB8, RGB12, {255, 1, 136}, {0xF0, 0x0F, 0x10, 0x00, 0x80, 0x08}},
+        Sample{BGR24, RGB8, {9, 9, 1, 9, 9, 2, 9, 9, 3}, {3, 2, 1}},
+        // Red, green, blue are 0x12, 0x34, 0x56: twelve bits each, two pixels in nine bytes.
+        Sample{RGB8,
+               RGB12p,
+               {0x12, 0x34, 0x56},
+               {0x20, 0x01, 0x34, 0x60, 0x05, 0x12, 0x40, 0x03, 0x56}},
+        Sample{BGR12p,
+               RGB8,
+               {0x20, 0x01, 0x34, 0x60, 0x05, 0x12, 0x40, 0x03, 0x56},
+               {0x56, 0x34, 0x12}},
+        // Kept on purpose: the weight of red falls on blue.
+        Sample{RGB8, Mono8, {255, 0, 0}, {29}}, Sample{RGB8, Mono8, {0, 0, 255}, {76}},
+        Sample{RGB16, Mono16, {0xFF, 0xFF, 0, 0, 0, 0}, {0x8B, 0x4C}},
+        Sample{Mono16, BGR16, {0x34, 0x12}, {0x34, 0x12, 0x34, 0x12, 0x34, 0x12}},
+        Sample{Mono10, RGB16, {0x01, 0x02}, {0x40, 0x80, 0x40, 0x80, 0x40, 0x80}}));
+
+// White, black, and red as BT.601 puts them: (Y, Cb, Cr) of 235 128 128, 16 128 128, and 82 90 240.
+INSTANTIATE_TEST_SUITE_P(
+    LumaAndChroma, Samples,
+    testing::Values(Sample{YCbCr8, RGB8, {235, 128, 128}, {255, 255, 255}},
+                    Sample{YCbCr8, RGB8, {16, 128, 128}, {0, 0, 0}},
+                    Sample{YCbCr8, RGB8, {82, 90, 240}, {255, 1, 0}},
+                    Sample{YCbCr8_CbYCr, RGB8, {90, 82, 240}, {255, 1, 0}},
+                    Sample{YUV8_UYV, BGR8, {90, 82, 240}, {0, 1, 255}},
+                    Sample{YCbCr16_CbYCr, RGB8, {9, 90, 9, 82, 9, 240}, {255, 1, 0}},
+                    Sample{YCbCr24_CbYCr, RGB8, {9, 9, 90, 9, 9, 82, 9, 9, 240}, {255, 1, 0}},
+                    Sample{YCbCr422_8_CbYCrY, RGB8, {90, 82, 240, 82}, {255, 1, 0}},
+                    Sample{YUV422_8_UYVY, BGRa8, {90, 82, 240, 82}, {0, 1, 255, 0}},
+                    Sample{YCbCr422_8, RGB8, {82, 90, 82, 240}, {255, 1, 0}},
+                    Sample{YUV422_8, RGB8, {82, 90, 16, 240}, {255, 1, 0, 179, 0, 0}},
+                    Sample{YCbCr411_8_CbYYCrYY, RGB8, {90, 82, 82, 240, 82, 82}, {255, 1, 0}},
+                    Sample{YUV411_8_UYYVYY, RGB8, {90, 82, 82, 240, 82, 82}, {255, 1, 0}},
+                    Sample{YCbCr411_8, RGB8, {82, 82, 90, 82, 82, 240}, {255, 1, 0}},
+                    Sample{YCbCr411_16_CbYYCrYY,
+                           RGB8,
+                           {9, 90, 9, 82, 9, 82, 9, 240, 9, 82, 9, 82},
+                           {255, 1, 0}},
+                    Sample{RGB8, YCbCr8, {255, 0, 0}, {82, 90, 240}},
+                    Sample{RGB8, YCbCr8, {255, 255, 255}, {235, 128, 128}},
+                    Sample{RGB8, YCbCr8_CbYCr, {255, 0, 0}, {90, 82, 240}},
+                    Sample{RGB8, YCbCr422_8_CbYCrY, {255, 0, 0}, {90, 82, 240, 82}},
+                    Sample{RGB8, YUV422_8, {255, 0, 0}, {82, 90, 82, 240}},
+                    Sample{RGB8, YCbCr411_8_CbYYCrYY, {255, 0, 0}, {90, 82, 82, 240, 82, 82}},
+                    Sample{RGB8, YCbCr411_8, {255, 0, 0}, {82, 82, 90, 82, 82, 240}}));
+
+// What is kept, and what is left alone
+// ----------------------------------------------------------------------------------
+
+struct RoundTrip {
+  PfncFormat_ from, through;
+};
+
+class Lossless : public Convert, public testing::WithParamInterface<RoundTrip> {};
+
+TEST_P(Lossless, ThereAndBack) {
+  const auto [from, through] = GetParam();
+  const bool ten = from == Mono10 || from == Mono10p || from == Mono10Packed;
+  std::vector<int> values;
+  for (int i = 0; i < 60; ++i) values.push_back((i * 37 + 5) % (ten ? 1024 : 4096));
+  const char* depth = from == Mono10         ? "10"
+                      : from == Mono10p      ? "10p"
+                      : from == Mono10Packed ? "10Packed"
+                      : from == Mono12       ? "12"
+                      : from == Mono12p      ? "12p"
+                                             : "12Packed";
+  const Bytes data = PackBits(depth, values);
+  EXPECT_EQ(Run(through, from, 10, 6, Run(from, through, 10, 6, data)), data);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Depths, Lossless,
+    testing::Values(RoundTrip{Mono10, Mono10p}, RoundTrip{Mono10, Mono10Packed},
+                    RoundTrip{Mono10, Mono12}, RoundTrip{Mono10, Mono12p},
+                    RoundTrip{Mono10, Mono12Packed}, RoundTrip{Mono10, Mono16},
+                    RoundTrip{Mono10p, Mono12p}, RoundTrip{Mono10p, Mono16},
+                    RoundTrip{Mono10p, Mono12Packed}, RoundTrip{Mono10Packed, Mono10p},
+                    RoundTrip{Mono10Packed, Mono16}, RoundTrip{Mono12, Mono12p},
+                    RoundTrip{Mono12, Mono12Packed}, RoundTrip{Mono12, Mono16},
+                    RoundTrip{Mono12p, Mono12Packed}, RoundTrip{Mono12p, Mono16},
+                    RoundTrip{Mono12Packed, Mono16}));
+
+TEST_F(Convert, ColourOrdersComeBackUnchanged) {
+  const Bytes data = Noise(8 * 6 * 3, 6);
+  for (const PfncFormat_ through :
+       {BGR8, RGBa8, BGRa8, RGB12, RGB12p, RGB16, BGR16, RGB24, BGR24}) {
+    EXPECT_EQ(Run(through, RGB8, 8, 6, Run(RGB8, through, 8, 6, data)), data) << through;
+  }
+}
+
+TEST_F(Convert, LeavesTheLowBytesOfWidenedPixels) {
+  EXPECT_EQ(RunOver(Mono8, Mono16, 4, 1, {1, 2, 3, 4}),
+            (Bytes{0xC5, 1, 0xC5, 2, 0xC5, 3, 0xC5, 4}));
+  EXPECT_EQ(RunOver(Mono8, Mono24, 2, 1, {1, 2}), (Bytes{0xC5, 0xC5, 1, 0xC5, 0xC5, 2}));
+  EXPECT_EQ(RunOver(Mono8, Mono12Packed, 4, 1, {1, 2, 3, 4}), (Bytes{1, 0xC5, 2, 3, 0xC5, 4}));
+}
+
+TEST_F(Convert, LeavesTheLastPixelsOfUnpackedPairs) {
+  const Bytes ten = {1, 0, 2, 3, 0, 4, 5, 0, 6, 7, 0, 8}, odd = {1, 0, 2, 3, 0, 4, 5};
+  EXPECT_EQ(RunOver(Mono10Packed, Mono8, 4, 2, ten), (Bytes{1, 2, 3, 4, 5, 0xC5, 0xC5, 0xC5}));
+  EXPECT_EQ(RunOver(Mono12Packed, Mono8, 4, 2, ten), (Bytes{1, 2, 3, 4, 5, 6, 7, 0xC5}));
+  EXPECT_EQ(RunOver(Mono10Packed, Mono8, 5, 1, odd), (Bytes{1, 2, 3, 0xC5, 0xC5}));
+}
+
+// Images whose bits do not fill their last byte have one byte less than their pixels touch.
+TEST_F(Convert, StaysInsideImagesThatEndWithinAByte) {
+  for (const NamedFormat& from : sk_sources) {
+    for (const NamedFormat& to : sk_destinations) {
+      for (const int width : {1, 3, 5}) {
+        const size_t in = size_t(width) * GetBitsPerPixel(from.format) / 8;
+        const size_t out = size_t(width) * GetBitsPerPixel(to.format) / 8;
+        if (in == 0 || out == 0) continue;
+        const Edged source(Noise(in, unsigned(width))), destination(Bytes(out, 0));
+        const Owned image(ImageFactory::Shallow(source.Data(), in, size_t(width), 1, from.format));
+        EXPECT_NO_THROW(
+            Owned(ImageFactory::ConvertShallow(destination.Data(), out, image.get(), to.format)));
+      }
+    }
+  }
+}
+
+TEST_F(Convert, RefusesSizesThatTheArithmeticCannotHold) {
+  const Bytes byte(1);
+  EXPECT_THROW(ImageFactory::Shallow(byte.data(), 1, size_t(1) << 40, size_t(1) << 40, Mono8),
+               GenICam::GenericException);
+  // 2^30 pixels: their bytes are there only in name, and none is touched.
+  const size_t side = size_t(1) << 15;
+  const Owned image(ImageFactory::Shallow(byte.data(), side * side, side, side, Mono8));
+  EXPECT_EQ(
+      MessageOf([&] {
+        uint8_t out[1];
+        Owned(ImageFactory::ConvertShallow(out, side * side * 4, image.get(), BGRa8));
+      }),
+      "InvalidArgumentException: Image is too large to convert (ImageFactoryConvert.cpp, convert)");
+}
+
+}  // namespace
