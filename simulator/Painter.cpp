@@ -29,10 +29,10 @@ void Painter::Configure(const PaintSettings& settings) {
   ++m_generation;
   m_still.resize(FrameBytes());
   if (!Moves(settings.pattern))
-    PaintRows({0, 0, settings.width, settings.height}, nullptr, m_still);
+    PaintRows({0, 0, settings.width, settings.height}, 0, nullptr, m_still);
 }
 
-void Painter::SceneRow(int64_t x, int64_t y, int64_t width, const uint64_t* movingFrame,
+void Painter::SceneRow(int64_t x, int64_t y, int64_t width, const MovingParts* moving,
                        uint16_t* rgb) const {
   const uint32_t binX = m_settings.binningX, binY = m_settings.binningY;
   // Averaging divides by the number of pixels, adding up does not.
@@ -40,19 +40,18 @@ void Painter::SceneRow(int64_t x, int64_t y, int64_t width, const uint64_t* movi
       m_settings.brightness / ((m_settings.sumX ? 1 : binX) * (m_settings.sumY ? 1 : binY));
   const auto factor = static_cast<uint64_t>(std::min(scale, 1e6) * 65536);
   const uint32_t top = (m_settings.offsetY + static_cast<uint32_t>(y)) * binY;
+  const uint32_t left = (m_settings.offsetX + static_cast<uint32_t>(x)) * binX;
+  const uint32_t sceneWidth = m_scene->Width();
   for (int64_t i = 0; i < width; ++i) {
-    const uint32_t left = (m_settings.offsetX + static_cast<uint32_t>(x + i)) * binX;
     uint64_t sum[3] = {0, 0, 0};
     for (uint32_t dy = 0; dy < binY; ++dy) {
+      const uint16_t* row = m_scene->Row(top + dy);
       for (uint32_t dx = 0; dx < binX; ++dx) {
-        const uint16_t* pixel = m_scene->Pixel(left + dx, top + dy);
-        if (movingFrame == nullptr) {
-          for (int c = 0; c < 3; ++c) sum[c] += pixel[c];
-        } else {
-          Rgb16 colour{pixel[0], pixel[1], pixel[2]};
-          Scene::ShadeMoving(*movingFrame, left + dx, top + dy, colour);
-          for (int c = 0; c < 3; ++c) sum[c] += colour[c];
-        }
+        uint32_t column = left + static_cast<uint32_t>(i) * binX + dx;
+        if (column >= sceneWidth) column %= sceneWidth;
+        Rgb16 colour{row[3 * column], row[3 * column + 1], row[3 * column + 2]};
+        if (moving != nullptr) moving->Shade(column, top + dy, colour);
+        for (int c = 0; c < 3; ++c) sum[c] += colour[c];
       }
     }
     for (int c = 0; c < 3; ++c) {
@@ -105,28 +104,29 @@ void Painter::PatternRow(int64_t x, int64_t y, int64_t width, uint64_t frame, ui
   }
 }
 
-void Painter::PaintRows(Rect area, const uint64_t* movingFrame, std::span<uint8_t> out) {
+void Painter::PaintRows(Rect area, uint64_t frame, const MovingParts* moving,
+                        std::span<uint8_t> out) {
   std::vector<uint16_t> rgb(3 * static_cast<size_t>(area.width));
   const size_t rowBytes = RowBytes(*m_settings.format, m_settings.width);
   const size_t first = RowBytes(*m_settings.format, static_cast<size_t>(area.x));
   for (int64_t y = area.y; y < area.y + area.height; ++y) {
     if (m_settings.pattern == TestPattern::Off) {
-      SceneRow(area.x, y, area.width, movingFrame, rgb.data());
+      SceneRow(area.x, y, area.width, moving, rgb.data());
     } else {
-      PatternRow(area.x, y, area.width, movingFrame == nullptr ? 0 : *movingFrame, rgb.data());
+      PatternRow(area.x, y, area.width, frame, rgb.data());
     }
     PackRow(*m_settings.format, rgb.data(), static_cast<size_t>(area.width), static_cast<size_t>(y),
             static_cast<size_t>(area.x), &out[static_cast<size_t>(y) * rowBytes + first]);
   }
 }
 
-std::vector<Rect> Painter::MovingAreas(uint64_t frame) const {
+std::vector<Rect> Painter::MovingAreas(const MovingParts& moving) const {
   std::vector<Rect> areas;
   if (Moves(m_settings.pattern)) {
     areas.push_back({0, 0, m_settings.width, m_settings.height});
   } else if (m_settings.pattern == TestPattern::Off) {
     const int64_t binX = m_settings.binningX, binY = m_settings.binningY;
-    for (const Rect& rect : Scene::Moving(frame)) {
+    for (const Rect& rect : moving.Areas()) {
       // From sensor to output pixels, widened to whole packing steps, cut to the frame.
       int64_t left = rect.x / binX - m_settings.offsetX,
               right = (rect.x + rect.width) / binX + 1 - m_settings.offsetX;
@@ -159,8 +159,9 @@ void Painter::Paint(uint64_t frame, std::span<uint8_t> out, CanvasState& state) 
       }
     }
   }
-  state.painted = MovingAreas(frame);
-  for (const Rect& rect : state.painted) PaintRows(rect, &frame, out);
+  const MovingParts moving(frame);
+  state.painted = MovingAreas(moving);
+  for (const Rect& rect : state.painted) PaintRows(rect, frame, &moving, out);
 }
 
 }  // namespace OrvexSim

@@ -53,11 +53,11 @@ class Painter {
   void Paint(uint64_t frame, std::span<uint8_t> out, CanvasState& state);
 
  private:
-  void PaintRows(Rect area, const uint64_t* movingFrame, std::span<uint8_t> out);
-  void SceneRow(int64_t x, int64_t y, int64_t width, const uint64_t* movingFrame,
+  void PaintRows(Rect area, uint64_t frame, const MovingParts* moving, std::span<uint8_t> out);
+  void SceneRow(int64_t x, int64_t y, int64_t width, const MovingParts* moving,
                 uint16_t* rgb) const;
   void PatternRow(int64_t x, int64_t y, int64_t width, uint64_t frame, uint16_t* rgb) const;
-  std::vector<Rect> MovingAreas(uint64_t frame) const;
+  std::vector<Rect> MovingAreas(const MovingParts& moving) const;
 
   std::shared_ptr<const Scene> m_scene;
   PaintSettings m_settings;

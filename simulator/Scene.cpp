@@ -127,35 +127,32 @@ std::shared_ptr<const Scene> Scene::Chart(uint32_t width, uint32_t height) {
   return chart;
 }
 
-std::array<int64_t, 2> Scene::Ball(uint64_t frame) {
+MovingParts::MovingParts(uint64_t frame) {
   const double t = static_cast<double>(frame % 3600) / 3600 * 2 * sk_pi;
   const double u = 0.5 + 0.5 * std::sin(25 * t), v = 0.5 + 0.5 * std::sin(36 * t + 1);
-  return {sk_ballArea.x + static_cast<int64_t>(u * sk_ballArea.width),
-          sk_ballArea.y + static_cast<int64_t>(v * sk_ballArea.height)};
+  m_ballX = sk_ballArea.x + static_cast<int64_t>(u * sk_ballArea.width);
+  m_ballY = sk_ballArea.y + static_cast<int64_t>(v * sk_ballArea.height);
+  for (size_t i = m_digits.size(); i-- > 0; frame /= 10)
+    m_digits[i] = static_cast<char>('0' + frame % 10);
 }
 
-std::array<Rect, 2> Scene::Moving(uint64_t frame) {
-  const auto [x, y] = Ball(frame);
-  return {Rect{x - sk_ballRadius, y - sk_ballRadius, 2 * sk_ballRadius + 1, 2 * sk_ballRadius + 1},
-          sk_counter};
+std::array<Rect, 2> MovingParts::Areas() const {
+  constexpr int64_t sk_size = 2 * sk_ballRadius + 1;
+  return {Rect{m_ballX - sk_ballRadius, m_ballY - sk_ballRadius, sk_size, sk_size}, sk_counter};
 }
 
-void Scene::ShadeMoving(uint64_t frame, int64_t x, int64_t y, Rgb16& colour) {
+void MovingParts::Shade(int64_t x, int64_t y, Rgb16& colour) const {
   if (Inside(sk_counter, x, y)) {
-    char digits[9];
-    uint64_t rest = frame;
-    for (int i = 8; i >= 0; --i, rest /= 10) digits[i] = static_cast<char>('0' + rest % 10);
-    const bool dot =
-        TextDot({digits, 9}, sk_counterScale, x - sk_counter.x - 20, y - sk_counter.y - 18);
+    const bool dot = TextDot({m_digits.data(), m_digits.size()}, sk_counterScale,
+                             x - sk_counter.x - 20, y - sk_counter.y - 18);
     colour = dot ? FromByte(255, 200, 60) : sk_black;
   }
-  const auto [ballX, ballY] = Ball(frame);
-  const double dx = static_cast<double>(x - ballX) / sk_ballRadius,
-               dy = static_cast<double>(y - ballY) / sk_ballRadius;
-  const double distance = dx * dx + dy * dy;
-  if (distance > 1) return;
+  const int64_t offX = x - m_ballX, offY = y - m_ballY;
+  if (offX * offX + offY * offY > sk_ballRadius * sk_ballRadius) return;
   // Lit from the upper left, with a highlight.
-  const double height = std::sqrt(1 - distance);
+  const double dx = static_cast<double>(offX) / sk_ballRadius,
+               dy = static_cast<double>(offY) / sk_ballRadius;
+  const double height = std::sqrt(std::max(0.0, 1 - dx * dx - dy * dy));
   const double light = std::clamp(0.25 + 0.75 * (height * 0.7 - dx * 0.5 - dy * 0.5), 0.05, 1.0);
   const double shine = light > 0.93 ? (light - 0.93) / 0.07 : 0;
   colour = {static_cast<uint16_t>(65535 * std::min(1.0, light * 0.95 + shine)),

@@ -28,20 +28,29 @@ class Scene {
 
   uint32_t Width() const { return m_width; }
   uint32_t Height() const { return m_height; }
-  const uint16_t* Pixel(uint32_t x, uint32_t y) const {
-    return &m_rgb[3 * (size_t{y % m_height} * m_width + x % m_width)];
-  }
 
-  // The parts that differ from the chart in this frame, in sensor pixels.
-  static std::array<Rect, 2> Moving(uint64_t frame);
-  // Changes `colour` where a moving part covers the sensor pixel.
-  static void ShadeMoving(uint64_t frame, int64_t x, int64_t y, Rgb16& colour);
-  // Where the ball's middle is.
-  static std::array<int64_t, 2> Ball(uint64_t frame);
+  // A row of the chart, which repeats below its end.
+  const uint16_t* Row(uint32_t y) const { return &m_rgb[3 * (size_t{y % m_height} * m_width)]; }
 
  private:
   uint32_t m_width, m_height;
   std::vector<uint16_t> m_rgb;
+};
+
+// What is before the chart in one frame: the ball and the plate with the frame number.
+class MovingParts {
+ public:
+  explicit MovingParts(uint64_t frame);
+
+  // The areas covered, in sensor pixels.
+  std::array<Rect, 2> Areas() const;
+  // Changes `colour` where a moving part covers the sensor pixel.
+  void Shade(int64_t x, int64_t y, Rgb16& colour) const;
+  std::array<int64_t, 2> Ball() const { return {m_ballX, m_ballY}; }
+
+ private:
+  int64_t m_ballX, m_ballY;
+  std::array<char, 9> m_digits;
 };
 
 }  // namespace OrvexSim
