@@ -16,7 +16,7 @@ namespace GENICAM_NAMESPACE {
 
 class GCBASE_API gcstring {
  public:
-  static const size_t npos = static_cast<size_t>(-1);
+  static constexpr size_t npos = static_cast<size_t>(-1);
 
   gcstring() = default;
   // A null pointer gives the empty string.

@@ -182,9 +182,7 @@ class Loader {
       std::sort(pending.begin(), pending.end());
       if (isStuck || (pass > 0 && pending.size() >= before)) break;
     }
-    for (const auto& [name, value] : m_selectors) {
-      Attempt(m_entries.size(), [&] { SetSelector(name, value); });
-    }
+    RestoreSelectors();
     std::stable_sort(m_failures.begin(), m_failures.end(),
                      [](const Failure& a, const Failure& b) { return a.Index < b.Index; });
   }
@@ -234,9 +232,19 @@ class Loader {
     IValue& item = Find(entry.Name);
     SetSelectors(entry);
     item.FromString(Gc(entry.Value), m_verify);
-    // A selector that the bag sets by itself keeps that value in the end.
-    for (auto& [name, value] : m_selectors) {
-      if (name == entry.Name && entry.Selectors.empty()) value = entry.Value;
+    if (entry.Selectors.empty()) m_plainLast[entry.Name] = entry.Value;
+  }
+
+  // A selector keeps the bag's own value for it, or else what it had before. Outer ones come first,
+  // so that the values of inner ones go where they were taken from.
+  void RestoreSelectors() {
+    const auto attempt = [&](const std::string& name, const std::string& value) {
+      Attempt(m_entries.size(), [&] { SetSelector(name, value); });
+    };
+    for (const auto& [name, value] : m_selectors) attempt(name, value);
+    for (const auto& [name, value] : m_selectors) {
+      const auto own = m_plainLast.find(name);
+      if (own != m_plainLast.end()) attempt(name, own->second);
     }
   }
 
@@ -248,17 +256,23 @@ class Loader {
       if (isFailed[i]) continue;
       Attempt(i, [&] {
         const FeatureEntry& entry = m_entries[i];
-        if (IsSwept(entry)) return;
+        if (IsSwept(entry) || IsSelector(entry)) return;
         SetSelectors(entry);
         IValue& item = Find(entry.Name);
         if (!IsReadable(&item)) return;
-        const std::string read = Std(item.ToString());
+        const std::string read = Std(item.ToString(false, true));
         if (!IsSameValue(item, entry.Value, read)) {
           throw RUNTIME_EXCEPTION("the value is '%s' after writing '%s'", read.c_str(),
                                   entry.Value.c_str());
         }
       });
     }
+  }
+
+  // Selectors are put where they belong in the end, not before.
+  bool IsSelector(const FeatureEntry& entry) const {
+    const auto isSame = [&](const auto& pair) { return pair.first == entry.Name; };
+    return std::any_of(m_selectors.begin(), m_selectors.end(), isSame);
   }
 
   // Files without braces sweep selectors and features by repeating them as plain entries.
@@ -271,8 +285,9 @@ class Loader {
   const std::vector<FeatureEntry>& m_entries;
   const bool m_verify;
   std::vector<Failure> m_failures;
-  std::vector<std::pair<std::string, std::string>>
-      m_selectors;  // to be put back, with their values
+  // Selectors that were set for an entry, with the values they had before, as they were met.
+  std::vector<std::pair<std::string, std::string>> m_selectors;
+  std::map<std::string, std::string> m_plainLast;  // values of entries without selectors
   std::map<std::string, size_t> m_plainCount;
   // One only for files that mean something by their order alone.
   int m_passes = OrvexGenApi::sk_maxLoadPasses;
