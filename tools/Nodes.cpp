@@ -337,7 +337,8 @@ bool Walk(GenApi::ICategory& category, const std::string& name, GenApi::EVisibil
 
 std::string ClosestName(std::string_view wanted, const std::vector<std::string>& names) {
   const std::string lower = Lower(wanted);
-  // A third of the letters and one may be wrong; beyond that a suggestion puzzles more than it helps.
+  // A third of the letters and one may be wrong; beyond that a suggestion puzzles more than it
+  // helps.
   std::size_t best = lower.size() / 3 + 2;
   std::string closest;
   for (const std::string& name : names) {

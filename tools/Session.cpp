@@ -109,7 +109,8 @@ Camera::Camera(Library& library, const FoundCamera& found, Access access)
       m_pDevice(library.System().CreateDevice(found.info)) {
   if (access == Access::Read) return;
   const std::string status = AccessStatus();
-  if (status.empty() || status == "ReadWrite") return;
+  // The camera itself says ReadWrite, the transport layer that it is open for that.
+  if (status.empty() || status == "ReadWrite" || status == "OpenReadWrite") return;
   library.System().DestroyDevice(std::exchange(m_pDevice, nullptr));
   throw Failure(
       fmt::format("camera {} is held by another application (access {}); close it there, or wait "

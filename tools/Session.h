@@ -73,7 +73,8 @@ class Camera {
   Orvex::IDevice& Device() { return *m_pDevice; }
   GenApi::INodeMap& Nodes();
 
-  // "ReadWrite" when this program controls the camera; empty when neither node map tells.
+  // "ReadWrite" or "OpenReadWrite" when this program controls the camera; empty when neither node
+  // map tells.
   std::string AccessStatus();
 
   // False when the camera does not answer any more. Asks the camera itself when the library still

@@ -2,8 +2,6 @@
 // `orvex stream [DEVICE]`: streams without looking at the pixels and tells how well it goes.
 #include <fmt/format.h>
 
-#include <array>
-#include <charconv>
 #include <optional>
 #include <ostream>
 
@@ -29,20 +27,22 @@ struct Options {
   double patienceSeconds = 5;
 };
 
-// A counter that a producer may keep in its stream module, by the names under which it is known.
-struct StreamCounter {
+// A fact that a producer may keep in its stream module.
+struct StreamFact {
   const char* key;
-  std::array<const char*, 3> features;
+  const char* feature;
 };
-constexpr StreamCounter sk_counters[] = {
-    {"resent_packets",
-     {"StreamResentPacketCount", "GevStreamResentPacketCount", "StreamResendPacketCount"}},
-    {"lost_packets",
-     {"StreamLostPacketCount", "GevStreamLostPacketCount", "StreamMissingPacketCount"}},
-    {"resend_requests",
-     {"StreamResendRequestCount", "GevStreamResendRequestCount", "StreamResendCommandCount"}},
-    {"lost_frames", {"StreamLostFrameCount", nullptr, nullptr}},
-    {"engine", {"StreamEngine", "StreamReceiveEngine", "StreamReceiver"}},
+constexpr StreamFact sk_streamFacts[] = {
+    {"lost_frames", "StreamLostFrameCount"},
+    {"resent_packets", "StreamResentPacketCount"},
+    {"lost_packets", "StreamLostPacketCount"},
+    {"late_packets", "StreamLatePacketCount"},
+    {"resend_requests", "StreamResendRequestCount"},
+    {"refused_packets", "StreamRefusedPacketCount"},
+    {"socket_drops", "StreamSocketDropCount"},
+    {"engine", "StreamEngine"},
+    {"packet_size", "DeviceStreamChannelPacketSize"},
+    {"socket_buffer", "StreamSocketBufferSize"},
 };
 
 constexpr Field sk_fields[] = {
@@ -56,22 +56,19 @@ constexpr Field sk_fields[] = {
     {"lost_frames", "Frames without a buffer"},
     {"resent_packets", "Resent packets"},
     {"lost_packets", "Lost packets"},
+    {"socket_drops", "Dropped by the socket"},
+    {"packet_size", "Packet size", "bytes"},
+    {"socket_buffer", "Socket buffer", "bytes"},
     {"engine", "Receive engine"},
 };
 
-// What the stream module counts, as far as the producer does.
-void ReadCounters(GenApi::INodeMap* pNodes, Record& record) {
-  for (const StreamCounter& counter : sk_counters) {
-    for (const char* pFeature : counter.features) {
-      const std::optional<std::string> text =
-          pFeature != nullptr ? TryRead(pNodes, pFeature) : std::nullopt;
-      if (!text) continue;
-      std::int64_t number = 0;
-      const auto [pEnd, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-      const bool isNumber = error == std::errc() && pEnd == text->data() + text->size();
-      record[counter.key] = isNumber ? Record(number) : Record(*text);
-      break;
-    }
+// What the stream module tells, as far as the producer does.
+void ReadStreamFacts(GenApi::INodeMap* pNodes, Record& record) {
+  for (const StreamFact& fact : sk_streamFacts) {
+    GenApi::INode* pNode = pNodes != nullptr ? pNodes->GetNode(fact.feature) : nullptr;
+    if (pNode == nullptr) continue;
+    const Record feature = DescribeFeature(*pNode);
+    if (feature.contains("value")) record[fact.key] = feature["value"];
   }
 }
 
@@ -94,17 +91,25 @@ Record Summary(const Camera& camera, const RateMeter& meter) {
 void PrintLiveLine(Camera& camera, RateMeter& meter, const Output& output) {
   const Rates rates = meter.TakeInterval(Clock::now());
   Record counters;
-  ReadCounters(camera.Device().GetTLStreamNodeMap(), counters);
+  ReadStreamFacts(camera.Device().GetTLStreamNodeMap(), counters);
   std::string line = fmt::format("{:8.1f} frames/s {:8.1f} MB/s {:8} frames {:5} incomplete",
                                  rates.framesPerSecond, rates.megabytesPerSecond, meter.Frames(),
                                  meter.Incomplete());
   if (counters.contains("resent_packets"))
-    line += fmt::format(" {:6} resent", ValueText(counters["resent_packets"]));
+    line += fmt::format(" {:>6} resent", ValueText(counters["resent_packets"]));
   if (output.terminal) {
     output.out << '\r' << line << "\x1b[K" << std::flush;
   } else {
     output.out << line << std::endl;
   }
+}
+
+// A socket buffer smaller than the producer wanted loses packets whenever this computer is busy for
+// a moment.
+void PrintSocketAdvice(Camera& camera, const Output& output) {
+  const std::string advice =
+      TryRead(camera.Device().GetTLStreamNodeMap(), "StreamSocketBufferAdvice").value_or("");
+  if (!advice.empty()) output.err << "orvex: note: " << advice << '\n';
 }
 
 void RunStream(const Options& options, const Output& output) {
@@ -121,6 +126,7 @@ void RunStream(const Options& options, const Output& output) {
   std::optional<Failure> lost;
   {
     Stream stream(camera, options.buffers);
+    PrintSocketAdvice(camera, output);
     const auto begin = Clock::now();
     auto nextLine = begin + sk_lineTime;
     try {
@@ -136,7 +142,7 @@ void RunStream(const Options& options, const Output& output) {
         PrintLiveLine(camera, meter, output);
         nextLine = now + sk_lineTime;
       }
-      ReadCounters(camera.Device().GetTLStreamNodeMap(), counters);
+      ReadStreamFacts(camera.Device().GetTLStreamNodeMap(), counters);
     } catch (const Failure& failure) {
       lost = failure;
     }
