@@ -59,9 +59,13 @@ inline Bytes DataOf(IImage* pImage) {
 }
 
 inline Bytes RandomBytes(size_t size, unsigned seed = 1) {
-  std::mt19937 random(seed);
+  std::minstd_rand random(seed);
   Bytes bytes(size);
-  for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
+  for (size_t i = 0; i < size; i += 2) {
+    const auto value = static_cast<uint32_t>(random());
+    bytes[i] = static_cast<uint8_t>(value >> 8);
+    if (i + 1 < size) bytes[i + 1] = static_cast<uint8_t>(value >> 16);
+  }
   return bytes;
 }
 
