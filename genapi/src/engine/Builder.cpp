@@ -131,11 +131,15 @@ void Builder::Create(pugi::xml_node element) {
   // Formulas inside a register's address are nodes of their own.
   for (const auto child : element.children()) {
     if (std::strcmp(child.name(), "IntSwissKnife") != 0) continue;
-    std::string name = child.attribute("Name").value();
-    if (name.empty()) name = std::string(made->Name()) + "_Address";
-    m_embedded[child.hash_value()] =
-        Add(MakeNode(Element::IntSwissKnife, m_map, child), Keep(std::move(name)), child);
+    AddEmbeddedKnife(made->Name(), child);
   }
+}
+
+// The formula is a node of its own, known under the register's name and its own together.
+void Builder::AddEmbeddedKnife(const char* pOwner, pugi::xml_node element) {
+  const char* own = element.attribute("Name").value();
+  m_embedded[element.hash_value()] = Add(MakeNode(Element::IntSwissKnife, m_map, element),
+                                         Keep(std::string("_") + pOwner + "_" + own), element);
 }
 
 void Builder::CreateAll(pugi::xml_node parent) {
@@ -151,8 +155,7 @@ void Builder::CreateStruct(pugi::xml_node element) {
           Add(MakeNode(Element::StructEntry, m_map, child), child.attribute("Name").value(), child);
       made->m_shared = element;
     } else if (std::strcmp(child.name(), "IntSwissKnife") == 0) {
-      m_embedded[child.hash_value()] = Add(MakeNode(Element::IntSwissKnife, m_map, child),
-                                           child.attribute("Name").value(), child);
+      AddEmbeddedKnife(element.attribute("Name").value(), child);
     }
   }
 }
@@ -279,6 +282,7 @@ void Builder::Build() {
   MarkFeatures();
   for (Node* node : m_map.m_nodes) {
     if (node->m_pollingTime > 0) m_map.m_pollers.push_back(node);
+    if (node->m_selects) m_map.m_selectors.push_back(node);
   }
 }
 

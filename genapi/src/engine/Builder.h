@@ -33,6 +33,7 @@ class Builder {
   void CreateAll(pugi::xml_node parent);
   void Create(pugi::xml_node element);
   void CreateStruct(pugi::xml_node element);
+  void AddEmbeddedKnife(const char* pOwner, pugi::xml_node element);
   void CreateEntries(Node& enumeration, pugi::xml_node element);
   Node* Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_node element);
   const char* Keep(std::string text);

@@ -66,7 +66,7 @@ int64_t BooleanNode::ReadInt(ReadMode mode) {
   if (!m_valueValid || mode.ignoreCache) {
     const int64_t raw = m_pValue ? m_pValue->ReadInt(mode) : m_stored;
     if (raw != m_on && raw != m_off) {
-      GENAPI_RAISE(OutOfRangeException, *this, "the value %lld means neither true nor false",
+      GENAPI_RAISE(LogicalErrorException, *this, "the value %lld means neither true nor false",
                    static_cast<long long>(raw));
     }
     m_value = raw == m_on;
@@ -172,7 +172,10 @@ bool CommandNode::IsDone(bool) {
 }
 
 bool CommandNode::InternalIsDone() {
-  if (!IsReadable(InternalAccess())) return true;
+  const EAccessMode mode = InternalAccess();
+  if (mode == NI) GENAPI_RAISE(AccessException, *this, "the command is not implemented");
+  // What was not started by this map is not watched: the register may hold anything.
+  if (!m_active || !IsReadable(mode)) return true;
   const int64_t now = m_pValue ? m_pValue->ReadInt({false, true}) : m_stored;
   return now != CommandValue();
 }
@@ -181,6 +184,11 @@ int64_t CommandNode::ReadInt(ReadMode mode) {
   NodeMap::ReadDepth depth(m_map, *this);
   CheckReadable();
   return m_pValue ? m_pValue->ReadInt(mode) : m_stored;
+}
+
+std::string CommandNode::ReadText(ReadMode) {
+  CheckReadable();
+  return InternalIsDone() ? "0" : "1";
 }
 
 void CommandNode::WriteText(const std::string& text, bool verify) {
@@ -244,6 +252,18 @@ void CategoryNode::GetFeatures(FeatureList_t& Features) const {
     if (link.role != Element::pFeature) continue;
     if (ValueNode* value = link.pTarget->AsValue()) Features.push_back(value);
   }
+}
+
+// A folder is of interest to everybody to whom anything in it is.
+EVisibility CategoryNode::InternalVisibility() const {
+  if (m_inVisibility) return Invisible;
+  m_inVisibility = true;
+  EVisibility lowest = _UndefinedVisibility;
+  for (const Link& link : Links()) {
+    if (link.role == Element::pFeature) lowest = std::min(lowest, link.pTarget->GetVisibility());
+  }
+  m_inVisibility = false;
+  return lowest == _UndefinedVisibility ? Node::InternalVisibility() : lowest;
 }
 
 EAccessMode CategoryNode::BaseAccess() const {

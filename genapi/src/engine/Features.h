@@ -61,7 +61,7 @@ class CommandNode final : public ValueNode, public ICommand {
   void Finish(Builder& builder) override;
   int64_t ReadInt(ReadMode mode) override;
   void WriteInt(int64_t value, bool verify) override;
-  std::string ReadText(ReadMode mode) override { return std::to_string(ReadInt(mode)); }
+  std::string ReadText(ReadMode mode) override;
   void WriteText(const std::string& text, bool verify) override;
   bool IsIntegerKind() const override { return true; }
   bool MayPoll() override { return m_active; }
@@ -186,6 +186,10 @@ class CategoryNode final : public ValueNode, public ICategory {
  protected:
   EAccessMode BaseAccess() const override;
   bool BaseAccessCacheable() const override { return false; }
+  EVisibility InternalVisibility() const override;
+
+ private:
+  mutable bool m_inVisibility = false;
 };
 
 // Node, and the kinds that only one kind of bus has: there, but not implemented.

@@ -181,13 +181,15 @@ double FormulaOwner::EvaluateFloat(const Formula& formula, ReadMode mode, const 
                   [&](const Number* values) { return formula.EvaluateFloat(values); });
 }
 
-bool FormulaOwner::InputsReadable() const {
+EAccessMode FormulaOwner::InputsAccess() const {
+  EAccessMode mode = RO;
   for (const Variable& variable : m_variables) {
-    if (variable.property == Property::Value && !IsReadable(variable.pNode->InternalAccess())) {
-      return false;
+    if (variable.property == Property::Value) {
+      mode = Combine(mode, variable.pNode->InternalAccess());
+      if (mode == NI) break;
     }
   }
-  return true;
+  return mode;
 }
 
 // ---- IntSwissKnife, SwissKnife ----
@@ -278,7 +280,7 @@ int64_t IntConverterNode::FetchInt(ReadMode mode) {
 
 void IntConverterNode::StoreInt(int64_t value, bool verify) {
   const Number input = Number::Int(value);
-  m_pValue->WriteInt(EvaluateInt(m_to, {}, &input), verify);
+  m_pValue->WriteInt(EvaluateInt(m_to, {verify, false}, &input), verify);
 }
 
 int64_t IntConverterNode::OwnMin() {
@@ -326,7 +328,8 @@ std::string_view IntConverterNode::InternalUnit() const {
   return own.empty() ? m_pValue->InternalUnit() : own;
 }
 EAccessMode IntConverterNode::BaseAccess() const {
-  return InputsReadable() ? m_pValue->InternalAccess() : NA;
+  const EAccessMode inputs = InputsAccess();
+  return IsReadable(inputs) ? m_pValue->InternalAccess() : inputs;
 }
 
 // ---- Converter ----
@@ -383,7 +386,7 @@ double ConverterNode::FetchFloat(ReadMode mode) {
 
 void ConverterNode::StoreFloat(double value, bool verify) {
   const Number input = Number::Float(value);
-  m_pValue->WriteFloat(EvaluateFloat(m_to, {}, &input), verify);
+  m_pValue->WriteFloat(EvaluateFloat(m_to, {verify, false}, &input), verify);
 }
 
 double ConverterNode::OwnMin() {
@@ -442,7 +445,8 @@ int64_t ConverterNode::InternalPrecision() const {
   return m_precision >= 0 ? m_precision : m_pValue->InternalPrecision();
 }
 EAccessMode ConverterNode::BaseAccess() const {
-  return InputsReadable() ? m_pValue->InternalAccess() : NA;
+  const EAccessMode inputs = InputsAccess();
+  return IsReadable(inputs) ? m_pValue->InternalAccess() : inputs;
 }
 
 }  // namespace OrvexGenApi

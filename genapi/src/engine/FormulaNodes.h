@@ -24,8 +24,8 @@ class FormulaOwner {
   void Compile(Formula& formula, std::string_view text, FormulaKind kind, const char* pInputName);
   int64_t EvaluateInt(const Formula& formula, ReadMode mode, const Number* pInput = nullptr);
   double EvaluateFloat(const Formula& formula, ReadMode mode, const Number* pInput = nullptr);
-  // Whether all inputs can be read.
-  bool InputsReadable() const;
+  // RO when all inputs can be read; else what stands in the way.
+  EAccessMode InputsAccess() const;
 
  private:
   enum class Property : uint8_t {
@@ -74,7 +74,7 @@ class IntKnifeNode final : public IntegerNodeBase, public FormulaOwner {
  protected:
   int64_t FetchInt(ReadMode mode) override { return EvaluateInt(m_formula, mode); }
   void StoreInt(int64_t, bool) override {}
-  EAccessMode BaseAccess() const override { return InputsReadable() ? RO : NA; }
+  EAccessMode BaseAccess() const override { return InputsAccess(); }
 
  private:
   Formula m_formula;
@@ -96,7 +96,7 @@ class KnifeNode final : public FloatNodeBase, public FormulaOwner {
  protected:
   double FetchFloat(ReadMode mode) override { return EvaluateFloat(m_formula, mode); }
   void StoreFloat(double, bool) override {}
-  EAccessMode BaseAccess() const override { return InputsReadable() ? RO : NA; }
+  EAccessMode BaseAccess() const override { return InputsAccess(); }
 
  private:
   Formula m_formula;
@@ -123,6 +123,7 @@ class IntConverterNode final : public IntegerNodeBase, public FormulaOwner {
   int64_t OwnMin() override;
   int64_t OwnMax() override;
   EAccessMode BaseAccess() const override;
+  ECachingMode OwnCaching() const override { return WriteAround; }
 
  private:
   int64_t From(int64_t raw);

@@ -3,6 +3,7 @@
 
 #include <GenApi/NodeCallback.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -156,7 +157,7 @@ gcstring Node::GetDocuURL() const {
 
 EVisibility Node::GetVisibility() const {
   ReadScope scope(m_map);
-  return Combine(m_visibility, m_imposedVisibility);
+  return Combine(InternalVisibility(), m_imposedVisibility);
 }
 
 // ---- links ----
@@ -186,21 +187,41 @@ bool Node::IsSelector() const {
   return m_selects;
 }
 
-void Node::GetSelectedFeatures(FeatureList_t& Features) const {
+// What a selector names, and after it everything that takes its value from there: a file may name
+// registers where it means the features over them.
+std::vector<Node*> Node::Selected() const {
+  std::vector<Node*> selected;
+  const auto add = [&](Node* node) {
+    if (node != this && std::find(selected.begin(), selected.end(), node) == selected.end()) {
+      selected.push_back(node);
+    }
+  };
   for (const Link& link : Links()) {
-    if (link.role != Element::pSelected) continue;
-    if (ValueNode* value = link.pTarget->AsValue()) Features.push_back(value);
+    if (link.role == Element::pSelected) add(link.pTarget);
+  }
+  for (size_t i = 0; i < selected.size(); ++i) {
+    for (Node* dependent : selected[i]->Dependents()) {
+      for (const Link& link : dependent->Links()) {
+        if (link.pTarget == selected[i] && IsValueRole(link.role)) add(dependent);
+      }
+    }
+  }
+  return selected;
+}
+
+void Node::GetSelectedFeatures(FeatureList_t& Features) const {
+  ReadScope scope(m_map);
+  for (Node* node : Selected()) {
+    if (ValueNode* value = node->AsValue()) Features.push_back(value);
   }
 }
 
 void Node::GetSelectingFeatures(FeatureList_t& Features) const {
-  for (Node* candidate : m_map.m_nodes) {
-    if (!candidate->m_selects) continue;
-    for (const Link& link : candidate->Links()) {
-      if (link.role != Element::pSelected || link.pTarget != this) continue;
-      if (ValueNode* value = candidate->AsValue()) Features.push_back(value);
-      break;
-    }
+  ReadScope scope(m_map);
+  for (Node* candidate : m_map.m_selectors) {
+    const std::vector<Node*> selected = candidate->Selected();
+    if (std::find(selected.begin(), selected.end(), this) == selected.end()) continue;
+    if (ValueNode* value = candidate->AsValue()) Features.push_back(value);
   }
 }
 
@@ -235,11 +256,12 @@ EAccessMode Node::ComputeAccess() const {
     if (!IsReadable(m_pIsImplemented->InternalAccess())) return NI;
     if (m_pIsImplemented->ReadInt({}) == 0) return NI;
   }
+  EAccessMode mode = BaseAccess();
+  if (mode == NI) return NI;
   if (m_pIsAvailable) {
     if (!IsReadable(m_pIsAvailable->InternalAccess())) return NA;
     if (m_pIsAvailable->ReadInt({}) == 0) return NA;
   }
-  EAccessMode mode = BaseAccess();
   mode = Combine(mode, static_cast<EAccessMode>(m_xmlAccess));
   mode = Combine(mode, static_cast<EAccessMode>(m_imposedAccess));
   if (m_pIsLocked && IsWritable(mode)) {
@@ -326,26 +348,32 @@ void Node::ImposeVisibility(EVisibility ImposedVisibility) {
 
 // ---- caching ----
 
+bool Node::IsValueRole(Element role) {
+  switch (role) {
+    case Element::pValue:
+    case Element::pValueIndexed:
+    case Element::pValueDefault:
+    case Element::pVariable:
+    case Element::pAddress:
+    case Element::pIndex:
+    case Element::pOffset:
+    case Element::pLength:
+      return true;
+    default:
+      return false;
+  }
+}
+
 ECachingMode Node::InternalCaching() const {
   if (m_cachingCache != _UndefinedCachingMode) return static_cast<ECachingMode>(m_cachingCache);
   if (m_inCaching) return WriteThrough;
   m_inCaching = true;
   ECachingMode mode = OwnCaching();
   for (const Link& link : Links()) {
-    switch (link.role) {
-      case Element::pValue:
-      case Element::pValueIndexed:
-      case Element::pValueDefault:
-      case Element::pVariable:
-      case Element::pAddress:
-      case Element::pIndex:
-      case Element::pOffset:
-      case Element::pLength:
-        mode = Combine(mode, link.pTarget->InternalCaching());
-        break;
-      default:
-        break;
-    }
+    if (!IsValueRole(link.role)) continue;
+    const ECachingMode other = link.pTarget->InternalCaching();
+    // How a node is written is no concern of one that is only computed from it.
+    if (other == NoCache || link.role == Element::pValue) mode = Combine(mode, other);
   }
   m_inCaching = false;
   m_cachingCache = static_cast<uint8_t>(mode);

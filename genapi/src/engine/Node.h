@@ -140,6 +140,9 @@ class Node : public INode, public ISelector, public IUserData {
   virtual void DropCaches() { m_accessCache = _UndefinedAccesMode; }
   // Whether polling may invalidate the node now.
   virtual bool MayPoll() { return true; }
+  virtual EVisibility InternalVisibility() const { return m_visibility; }
+  // The nodes that this one selects.
+  std::vector<Node*> Selected() const;
 
   const char* Name() const { return m_name; }
   unsigned Line() const;
@@ -157,6 +160,8 @@ class Node : public INode, public ISelector, public IUserData {
   virtual ECachingMode OwnCaching() const { return WriteThrough; }
   // Extra condition on the access-mode cache besides that of the linked nodes.
   virtual bool BaseAccessCacheable() const { return true; }
+  // Whether a link of this role leads to a part of the value.
+  static bool IsValueRole(Element role);
   // Text of a child element as it stands; empty when there is none.
   std::string_view ChildText(const char* pElement) const;
   // Throws AccessException unless the access mode allows it.

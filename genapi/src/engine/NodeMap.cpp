@@ -27,6 +27,7 @@ void NodeMap::ClearAllNodes() {
   m_links.clear();
   m_dependents.clear();
   m_pollers.clear();
+  m_selectors.clear();
   m_ports.clear();
   m_changed.clear();
   for (Node* node : m_nodes) delete node;

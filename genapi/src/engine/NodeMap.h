@@ -151,6 +151,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   std::vector<Link> m_links;
   std::vector<Node*> m_dependents;
   std::vector<Node*> m_pollers;
+  std::vector<Node*> m_selectors;
   std::deque<std::string> m_texts;  // names made by the builder
 
   // Changes under way; guarded by the lock.

@@ -70,8 +70,10 @@ bool PortNode::Take(Element id, pugi::xml_node element, Builder& builder) {
   }
 }
 
+// A chunk comes and goes with the frames; any other port that nobody connects is simply not there.
 EAccessMode PortNode::BaseAccess() const {
-  return m_pPort ? m_pPort->GetAccessMode() : NA;
+  if (m_pPort) return m_pPort->GetAccessMode();
+  return m_pChunkId || !m_chunkId.empty() ? NA : NI;
 }
 
 void PortNode::SetPortImpl(IPort* pPort) {

@@ -92,14 +92,14 @@ int64_t RegisterCore::Length() {
   return m_pLength->ReadInt({});
 }
 
-int64_t RegisterCore::Address() {
+int64_t RegisterCore::Address(bool verify) {
   if (m_terms.empty()) return m_address = m_constant;
-  if (m_addressValid) return m_address;
+  if (m_addressValid && !verify) return m_address;
   NodeMap::ReadDepth depth(m_owner.Map(), m_owner);
   uint64_t sum = static_cast<uint64_t>(m_constant);
   bool cacheable = true;
   for (const Term& term : m_terms) {
-    const auto value = static_cast<uint64_t>(term.pNode->ReadInt({}));
+    const auto value = static_cast<uint64_t>(term.pNode->ReadInt({verify, false}));
     cacheable = cacheable && IsCacheable(term.pNode->InternalCaching());
     if (!term.isIndex) {
       sum += value;
@@ -108,7 +108,7 @@ int64_t RegisterCore::Address() {
     int64_t offset = term.offset;
     if (term.isLengthOffset) offset = Length();
     if (term.pOffset) {
-      offset = term.pOffset->ReadInt({});
+      offset = term.pOffset->ReadInt({verify, false});
       cacheable = cacheable && IsCacheable(term.pOffset->InternalCaching());
     }
     sum += value * static_cast<uint64_t>(offset);
@@ -122,9 +122,13 @@ EAccessMode RegisterCore::BaseAccess() const {
   EAccessMode mode = Combine(m_access, m_pPort->InternalAccess());
   if (!IsAvailable(mode)) return mode;
   for (const Term& term : m_terms) {
-    if (!IsReadable(term.pNode->InternalAccess())) return NA;
+    const EAccessMode other = term.pNode->InternalAccess();
+    if (!IsReadable(other)) return other == NI ? NI : NA;
   }
-  if (m_pLength && !IsReadable(m_pLength->InternalAccess())) return NA;
+  if (m_pLength) {
+    const EAccessMode other = m_pLength->InternalAccess();
+    if (!IsReadable(other)) return other == NI ? NI : NA;
+  }
   return mode;
 }
 
@@ -159,17 +163,17 @@ void RegisterCore::Read(uint8_t* pBuffer, int64_t length, ReadMode mode) {
     GENAPI_RAISE(OutOfRangeException, m_owner, "%lld bytes cannot be read from a register of %lld",
                  static_cast<long long>(length), static_cast<long long>(whole));
   }
-  m_pPort->ReadBytes(m_owner, pBuffer, Address(), length);
+  m_pPort->ReadBytes(m_owner, pBuffer, Address(mode.verify), length);
   if (length == whole && CanCache()) Keep(pBuffer, length);
 }
 
-void RegisterCore::Write(const uint8_t* pBuffer, int64_t length) {
+void RegisterCore::Write(const uint8_t* pBuffer, int64_t length, bool verify) {
   const int64_t whole = Length();
   if (length < 0 || length > whole || whole > sk_maxRegisterBytes) {
     GENAPI_RAISE(OutOfRangeException, m_owner, "%lld bytes do not fit into a register of %lld",
                  static_cast<long long>(length), static_cast<long long>(whole));
   }
-  const int64_t address = Address();
+  const int64_t address = Address(verify);
   m_owner.DropCaches();
   m_pPort->WriteBytes(m_owner, pBuffer, address, length);
   NodeMap& map = m_owner.Map();

@@ -92,7 +92,7 @@ int64_t IntRegNode::FetchInt(ReadMode mode) {
   return static_cast<int64_t>(raw);
 }
 
-void IntRegNode::StoreInt(int64_t value, bool) {
+void IntRegNode::StoreInt(int64_t value, bool verify) {
   uint8_t bytes[8];
   uint64_t raw = static_cast<uint64_t>(value);
   const unsigned width = Width();
@@ -107,7 +107,7 @@ void IntRegNode::StoreInt(int64_t value, bool) {
     raw = (old & ~mask) | ((raw << m_low) & mask);
   }
   Disassemble(raw, bytes);
-  m_core.Write(bytes, m_bytes);
+  m_core.Write(bytes, m_bytes, verify);
 }
 
 int64_t IntRegNode::OwnMin() {
@@ -174,7 +174,7 @@ double FloatRegNode::FetchFloat(ReadMode mode) {
   return value;
 }
 
-void FloatRegNode::StoreFloat(double value, bool) {
+void FloatRegNode::StoreFloat(double value, bool verify) {
   uint8_t bytes[8];
   const auto length = static_cast<size_t>(m_core.ConstantLength());
   if (length == 4) {
@@ -184,7 +184,7 @@ void FloatRegNode::StoreFloat(double value, bool) {
     std::memcpy(bytes, &value, sizeof value);
   }
   if (m_core.IsBigEndian()) std::reverse(bytes, bytes + length);
-  m_core.Write(bytes, static_cast<int64_t>(length));
+  m_core.Write(bytes, static_cast<int64_t>(length), verify);
 }
 
 double FloatRegNode::OwnMin() {
@@ -201,10 +201,11 @@ std::string StringRegNode::FetchText(ReadMode mode) {
   return text;
 }
 
-void StringRegNode::StoreText(const std::string& text, bool) {
+void StringRegNode::StoreText(const std::string& text, bool verify) {
   std::string bytes = text;
   bytes.resize(static_cast<size_t>(m_core.Length()), '\0');
-  m_core.Write(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int64_t>(bytes.size()));
+  m_core.Write(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int64_t>(bytes.size()),
+               verify);
 }
 
 std::string RegisterNode::ReadText(ReadMode mode) {
@@ -246,7 +247,7 @@ void RegisterNode::WriteText(const std::string& text, bool verify) {
   if (digits.empty() || bytes.size() * 2 != digits.size()) {
     GENAPI_RAISE(InvalidArgumentException, *this, "'%.64s' is no list of bytes", text.c_str());
   }
-  m_core.Write(bytes.data(), static_cast<int64_t>(bytes.size()));
+  m_core.Write(bytes.data(), static_cast<int64_t>(bytes.size()), verify);
   if (verify) CheckErrors();
 }
 

@@ -24,13 +24,14 @@ class RegisterCore {
   bool Take(Element id, pugi::xml_node element, Builder& builder);
   void Finish(Builder& builder);
 
-  int64_t Address();
+  // With verify, the nodes that it comes from are checked too.
+  int64_t Address(bool verify = false);
   int64_t Length();
   // Length given as a constant; 0 when it comes from a node.
   int64_t ConstantLength() const { return m_pLength ? 0 : m_length; }
   // The first so many bytes; at most the register's length.
   void Read(uint8_t* pBuffer, int64_t length, ReadMode mode);
-  void Write(const uint8_t* pBuffer, int64_t length);
+  void Write(const uint8_t* pBuffer, int64_t length, bool verify);
   void Drop() {
     m_cacheValid = false;
     m_addressValid = false;
@@ -190,7 +191,7 @@ void WithRegister<Base>::Set(const uint8_t* pBuffer, int64_t Length, bool Verify
   WriteScope scope(this->m_map);
   NodeMap::ReadDepth depth(this->m_map, *this);
   this->CheckWritable();
-  m_core.Write(pBuffer, Length);
+  m_core.Write(pBuffer, Length, Verify);
   if (Verify) this->CheckErrors();
   scope.Finish();
 }
