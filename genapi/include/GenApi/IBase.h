@@ -8,7 +8,8 @@
 namespace GENAPI_NAMESPACE {
 
 struct GENAPI_DECL_ABSTRACT IBase {
-  // What can be done with the object at the moment. Never throws for nodes.
+  // What can be done with the object at the moment. A node throws LogicalErrorException when the
+  // conditions that the description gives for it cannot be evaluated.
   virtual EAccessMode GetAccessMode() const = 0;
   virtual ~IBase() {}
 };

@@ -160,15 +160,17 @@ void EnumerationNode::WriteRaw(int64_t value, bool verify) {
 }
 
 int64_t EnumerationNode::ReadInt(ReadMode mode) {
-  const int64_t raw = ReadRaw(mode);
-  const EnumEntryNode* entry = ByValue(raw);
-  return entry ? std::llround(entry->Numeric()) : raw;
+  return std::llround(ReadFloat(mode));
 }
 
 double EnumerationNode::ReadFloat(ReadMode mode) {
   const int64_t raw = ReadRaw(mode);
   const EnumEntryNode* entry = ByValue(raw);
-  return entry ? entry->Numeric() : static_cast<double>(raw);
+  if (entry == nullptr) {
+    GENAPI_RAISE(LogicalErrorException, *this, "no entry has the value %lld",
+                 static_cast<long long>(raw));
+  }
+  return entry->Numeric();
 }
 
 // The available entry whose number is nearest.

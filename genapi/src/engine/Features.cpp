@@ -139,6 +139,15 @@ int64_t CommandNode::CommandValue() {
   return m_pCommandValue ? m_pCommandValue->ReadInt({}) : m_commandValue;
 }
 
+// A command whose value cannot be known cannot be given.
+EAccessMode CommandNode::BaseAccess() const {
+  if (m_pCommandValue) {
+    const EAccessMode mode = m_pCommandValue->InternalAccess();
+    if (!IsReadable(mode)) return mode == NI ? NI : NA;
+  }
+  return m_pValue ? m_pValue->InternalAccess() : RW;
+}
+
 void CommandNode::Execute(bool Verify) {
   WriteScope scope(m_map);
   CheckWritable();

@@ -67,7 +67,7 @@ class CommandNode final : public ValueNode, public ICommand {
   bool MayPoll() override { return m_active; }
 
  protected:
-  EAccessMode BaseAccess() const override { return m_pValue ? m_pValue->InternalAccess() : RW; }
+  EAccessMode BaseAccess() const override;
 
  private:
   int64_t CommandValue();
@@ -94,6 +94,7 @@ class EnumEntryNode final : public ValueNode, public IEnumEntry {
   int64_t ReadInt(ReadMode) override { return m_value; }
   bool IsIntegerKind() const override { return true; }
   std::string ReadText(ReadMode mode) override;
+  const char* ShortName() const override { return Symbolic(); }
   const char* Symbolic() const { return m_element.attribute("Name").value(); }
   int64_t Value() const { return m_value; }
   double Numeric() const { return m_hasNumeric ? m_numeric : static_cast<double>(m_value); }

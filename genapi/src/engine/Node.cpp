@@ -141,7 +141,7 @@ gcstring Node::GetDescription() const {
 }
 gcstring Node::GetDisplayName() const {
   const auto text = Trim(ChildText("DisplayName"));
-  return text.empty() ? gcstring(m_element.attribute("Name").value()) : Copy(text);
+  return text.empty() ? gcstring(ShortName()) : Copy(text);
 }
 gcstring Node::GetDeviceName() const {
   return gcstring(m_map.DeviceName().c_str());
@@ -246,9 +246,16 @@ EAccessMode Node::InternalAccess() const {
     ~Flag() { flag = false; }
     bool& flag;
   } busy(m_inAccess);
-  const EAccessMode mode = ComputeAccess();
-  if (InternalAccessCacheable()) m_accessCache = static_cast<uint8_t>(mode);
-  return mode;
+  try {
+    const EAccessMode mode = ComputeAccess();
+    if (InternalAccessCacheable()) m_accessCache = static_cast<uint8_t>(mode);
+    return mode;
+  } catch (...) {
+    // Kept on purpose: a condition that cannot be evaluated is reported once and then, until
+    // something changes, does not keep anybody from the node; the device has the last word.
+    m_accessCache = RW;
+    throw;
+  }
 }
 
 EAccessMode Node::ComputeAccess() const {

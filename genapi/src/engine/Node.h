@@ -140,6 +140,8 @@ class Node : public INode, public ISelector, public IUserData {
   virtual void DropCaches() { m_accessCache = _UndefinedAccesMode; }
   // Whether polling may invalidate the node now.
   virtual bool MayPoll() { return true; }
+  // The name to show when the description gives none.
+  virtual const char* ShortName() const { return m_name; }
   virtual EVisibility InternalVisibility() const { return m_visibility; }
   // The nodes that this one selects.
   std::vector<Node*> Selected() const;

@@ -143,6 +143,16 @@ EAccessMode TargetAccess(const NumberTarget<T>& target, const Node& owner) {
   return mode;
 }
 
+// Bounds do not change a node's mode, but a condition of theirs that cannot be evaluated shows on
+// the node they bound.
+template <class T>
+void TouchBounds(const NumberSource<T>& min, const NumberSource<T>& max,
+                 const NumberSource<T>& inc) {
+  for (const Node* bound : {min.pNode, max.pNode, inc.pNode}) {
+    if (bound) bound->InternalAccess();
+  }
+}
+
 }  // namespace
 
 // ---- Integer ----
@@ -266,7 +276,9 @@ std::string_view IntegerNode::InternalUnit() const {
 }
 
 EAccessMode IntegerNode::BaseAccess() const {
-  return TargetAccess(m_target, *this);
+  const EAccessMode mode = TargetAccess(m_target, *this);
+  TouchBounds(m_min, m_max, m_inc);
+  return mode;
 }
 
 // ---- Float ----
@@ -382,7 +394,9 @@ int64_t FloatNode::InternalPrecision() const {
 }
 
 EAccessMode FloatNode::BaseAccess() const {
-  return TargetAccess(m_target, *this);
+  const EAccessMode mode = TargetAccess(m_target, *this);
+  TouchBounds(m_min, m_max, m_inc);
+  return mode;
 }
 
 }  // namespace OrvexGenApi

@@ -155,6 +155,7 @@ void RegisterCore::Keep(const uint8_t* pBuffer, int64_t length) {
 
 void RegisterCore::Read(uint8_t* pBuffer, int64_t length, ReadMode mode) {
   if (m_cacheValid && !mode.ignoreCache && length <= m_cachedLength) {
+    if (mode.verify) Address(true);
     std::memcpy(pBuffer, CacheBytes(), static_cast<size_t>(length));
     return;
   }

@@ -100,7 +100,7 @@ void IntRegNode::StoreInt(int64_t value, bool verify) {
     // The bits beside the field stay as they are, as far as they can be known.
     uint64_t old = 0;
     if (IsReadable(InternalAccess())) {
-      m_core.Read(bytes, m_bytes, {});
+      m_core.Read(bytes, m_bytes, {verify, false});
       old = Assemble(bytes);
     }
     const uint64_t mask = ((uint64_t{1} << width) - 1) << m_low;

@@ -24,7 +24,8 @@ int64_t IntegerNodeBase::ReadInt(ReadMode mode) {
   NodeMap::ReadDepth depth(m_map, *this);
   CheckReadable();
   int64_t value = m_value;
-  if (!m_valueValid || mode.ignoreCache) {
+  // Verifying reaches down to what the value comes from.
+  if (!m_valueValid || mode.ignoreCache || mode.verify) {
     value = FetchInt(mode);
     m_value = value;
     m_valueValid = IsCacheable(InternalCaching());
@@ -199,7 +200,7 @@ double FloatNodeBase::ReadFloat(ReadMode mode) {
   NodeMap::ReadDepth depth(m_map, *this);
   CheckReadable();
   double value = m_value;
-  if (!m_valueValid || mode.ignoreCache) {
+  if (!m_valueValid || mode.ignoreCache || mode.verify) {
     value = FetchFloat(mode);
     m_value = value;
     m_valueValid = IsCacheable(InternalCaching());
