@@ -20,7 +20,7 @@ class MemoryPort : public GenApi::IPort {
   GenApi::EAccessMode GetAccessMode() const override { return GenApi::RW; }
   void Read(void* pBuffer, int64_t Address, int64_t Length) override {
     for (int64_t i = 0; i < Length; ++i) {
-      const auto found = Bytes.find(Address + i);
+      const auto found = Bytes.find(At(Address, i));
       static_cast<uint8_t*>(pBuffer)[i] = found == Bytes.end() ? 0 : found->second;
     }
   }
@@ -29,8 +29,11 @@ class MemoryPort : public GenApi::IPort {
     if (Address == Refused) throw RUNTIME_EXCEPTION("the device refuses");
     if (Address == Stuck) return;
     for (int64_t i = 0; i < Length; ++i)
-      Bytes[Address + i] = static_cast<const uint8_t*>(pBuffer)[i];
+      Bytes[At(Address, i)] = static_cast<const uint8_t*>(pBuffer)[i];
   }
+
+  // Addresses run round.
+  static int64_t At(int64_t address, int64_t i) { return int64_t(uint64_t(address) + uint64_t(i)); }
 
   std::map<int64_t, uint8_t> Bytes;
   std::vector<int64_t> Writes;
