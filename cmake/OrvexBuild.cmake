@@ -64,6 +64,6 @@ function(orvex_tests name)
   if(arg_LOOPBACK)
     list(APPEND properties RESOURCE_LOCK loopback)
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+  gtest_discover_tests(${name} TEST_PREFIX ${name}. NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES ${properties})
 endfunction()
