@@ -122,13 +122,29 @@ void Device::ReadFacts() {
       uint64_t{ReadOr(Reg::sk_tickFrequencyHigh, 0)} << 32 | ReadOr(Reg::sk_tickFrequencyLow, 0);
   m_gvspCapability = ReadOr(Reg::sk_gvspCapability, Reg::sk_gvspCapLegacyIds);
   m_streamCount = std::min<uint32_t>(1, ReadOr(Reg::sk_streamChannelCount, 1));
-  if (m_controls && (m_channel->Capability() & Reg::sk_capPendingAck) != 0) {
-    const uint32_t configuration = ReadOr(Reg::sk_gvcpConfiguration, 0);
-    try {
-      m_channel->WriteRegister(Reg::sk_gvcpConfiguration, configuration | Reg::sk_cfgPendingAck);
-    } catch (const GcError& error) {
-      if (error.Code() == GC_ERR_IO) throw;
-    }
+  if (m_controls) EnableOptions();
+}
+
+// Pending acknowledges for slow features; status codes that tell resent packets from first ones and
+// why one is refused.
+void Device::EnableOptions() {
+  struct Option {
+    uint32_t capability;
+    uint32_t configuration;
+  };
+  constexpr Option options[] = {{Reg::sk_capPendingAck, Reg::sk_cfgPendingAck},
+                                {Reg::sk_capExtendedStatus11, Reg::sk_cfgExtendedStatus11},
+                                {Reg::sk_capExtendedStatus20, Reg::sk_cfgExtendedStatus20}};
+  const uint32_t before = ReadOr(Reg::sk_gvcpConfiguration, 0);
+  uint32_t wanted = before;
+  for (const Option& option : options) {
+    if ((m_channel->Capability() & option.capability) != 0) wanted |= option.configuration;
+  }
+  if (wanted == before) return;
+  try {
+    m_channel->WriteRegister(Reg::sk_gvcpConfiguration, wanted);
+  } catch (const GcError& error) {
+    if (error.Code() == GC_ERR_IO) throw;  // a camera that refuses works without
   }
 }
 
@@ -287,6 +303,7 @@ void Device::NoteOwner(uint32_t privilege) {
     // The camera was reset or gave up on us: nobody owns it, so it is ours again.
     m_controls = false;
     TakeControl();
+    EnableOptions();
     m_remote->SetWritable(true);
     return;
   }

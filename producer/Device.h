@@ -63,6 +63,7 @@ class Device final : public Module {
   static std::unique_ptr<FeatureTable> MakeFeatures(Device& self);
   void Connect();
   void ReadFacts();
+  void EnableOptions();
   // One register, or the fallback when the camera does not have it.
   uint32_t ReadOr(uint32_t address, uint32_t fallback) const;
   void TakeControl();

@@ -84,6 +84,7 @@ bool FrameAssembler::NoteRestart(const Gev::PacketHeader& header, std::span<cons
   Abort();
   m_seenAny = false;
   m_dropped.fill(0);
+  m_asked.fill(0);
   return true;
 }
 
@@ -134,6 +135,7 @@ void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_poi
     ++m_statistics.testPackets;
     return;
   }
+  m_marksResent = m_marksResent || header->Resent();
   const std::span<const uint8_t> content = datagram.subspan(header->Size());
   Slot* slot = FindSlot(header->blockId);
   if (slot == nullptr) {
@@ -144,6 +146,7 @@ void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_poi
     const bool newer = !m_seenAny || Ahead(header->blockId, header->extendedIds) > 0;
     if (Gev::IsError(header->status) || (!newer && !NoteRestart(*header, content, now))) {
       ++m_statistics.latePackets;
+      if (std::ranges::find(m_asked, header->blockId) != m_asked.end()) NoteNeedlessRequest();
       return;
     }
     slot = StartFrame(*header, now);
@@ -180,8 +183,7 @@ bool FrameAssembler::MarkPacket(Slot& slot, uint32_t packetId, const Gev::Packet
   }
   if (slot.Has(packetId)) {
     ++m_statistics.duplicatePackets;
-    // The original came after all: what was asked for had only been late.
-    if (slot.asked > 0) m_reorder = std::min<decltype(m_reorder)>(m_reorder * 1.5, 20ms);
+    if (slot.asked > 0) NoteNeedlessRequest();
     return false;
   }
   Slot::Set(slot.bits, packetId);
@@ -351,6 +353,7 @@ void FrameAssembler::Finish(Slot& slot) {
       slot.trailer ? slot.trailerId + 1 : std::max(slot.next, m_lastTrailerId + 1);
   m_statistics.lostPackets += packets - std::min(packets, slot.received);
   ++(complete ? m_statistics.framesComplete : m_statistics.framesIncomplete);
+  if (slot.asked > 0) m_asked[m_nextAsked++ % m_asked.size()] = slot.id;
   // What was measured fades, so that one bad moment does not slow all later requests.
   m_reorder = std::max<decltype(m_reorder)>(m_settings.reorderWindow / 4, m_reorder * 0.998);
   m_sink.Deliver(slot.target, info);

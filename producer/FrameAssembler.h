@@ -90,6 +90,8 @@ class FrameAssembler {
   // Ids after the newest one: positive when newer, with the wrap of 16-bit ids.
   int64_t Ahead(uint64_t blockId, bool extendedIds) const;
   bool WasDropped(uint64_t blockId) const;
+  // A packet came that was asked for again although its original was only late.
+  void NoteNeedlessRequest();
 
   bool MarkPacket(Slot& slot, uint32_t packetId, const GigEVision::PacketHeader& header,
                   Clock::time_point now);
@@ -132,7 +134,11 @@ class FrameAssembler {
   uint64_t m_newestTimestamp = 0;
   std::array<uint64_t, sk_maxActiveFrames> m_dropped{};
   size_t m_nextDropped = 0;
-  FrameInfo m_lastGeometry;  // of the newest leader, for frames that lost theirs
+  // Frames that ended not long ago and for which packets were asked again.
+  std::array<uint64_t, sk_maxActiveFrames> m_asked{};
+  size_t m_nextAsked = 0;
+  bool m_marksResent = false;  // the camera marks the packets that it sends again
+  FrameInfo m_lastGeometry;    // of the newest leader, for frames that lost theirs
   uint32_t m_lastTrailerId = 0;
   std::chrono::duration<double, std::micro> m_reorder;
   std::chrono::duration<double, std::micro> m_resendTimeout;

@@ -17,6 +17,7 @@ constexpr int sk_requestsPerCall = 64;
 constexpr uint32_t sk_freePackets = 64;  // that any frame may ask again whatever its share
 constexpr auto sk_shortestResendTimeout = 2ms;
 constexpr auto sk_longestResendTimeout = 100ms;
+constexpr std::chrono::duration<double, std::micro> sk_longestReorder = 20ms;
 constexpr auto sk_tailPause = 10ms;  // after the last packet of the newest frame
 constexpr auto sk_longestRetention = 5s;
 
@@ -36,17 +37,22 @@ void FrameAssembler::NoteGap(Slot& slot, uint32_t first, uint32_t last, Clock::t
   slot.gaps[slot.gapCount++] = gap;
 }
 
+void FrameAssembler::NoteNeedlessRequest() {
+  m_reorder = std::min<decltype(m_reorder)>(m_reorder * 1.5, sk_longestReorder);
+}
+
 void FrameAssembler::NoteLateArrival(Slot& slot, uint32_t packetId, bool resent,
                                      Clock::time_point now) {
   const auto end = slot.gaps.begin() + static_cast<ptrdiff_t>(slot.gapCount);
   const auto gap = std::find_if(slot.gaps.begin(), end, [&](const Gap& g) {
     return g.first <= packetId && packetId <= g.last;
   });
-  if (gap == end || (gap->tries == 0 && !resent)) {
+  if (gap == end || (!resent && (gap->tries == 0 || m_marksResent))) {
     ++m_statistics.reorderedPackets;
     if (gap != end) {
       const std::chrono::duration<double, std::micro> delay = now - gap->since;
-      m_reorder = std::clamp<decltype(m_reorder)>(std::max(m_reorder, delay * 1.5), 100us, 20ms);
+      m_reorder = std::clamp<decltype(m_reorder)>(std::max(m_reorder, delay * 1.5), 100us,
+                                                  sk_longestReorder);
     }
     return;
   }
