@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+// Frames: taken, looked at by kind, and handed back.
+#include "Fixture.h"
+#include "IChunkData.h"
+#include "ICompressedImage.h"
+#include "IImage.h"
+
+namespace {
+
+using namespace Orvex;
+using testing::ElementsAre;
+
+const std::string sk_s = "(cam0.stream0";
+
+class Frames : public ScriptedTest {
+ protected:
+  void OpenAndStart(size_t numBuffers = 2) {
+    OpenCamera()->StartStream(numBuffers);
+    ForgetCalls();
+  }
+
+  void Deliver(uint64_t payloadType, const std::vector<uint8_t>& data = {}) {
+    ASSERT_TRUE(m_world.CameraStream().Deliver(
+        {{GenTL::BUFFER_INFO_PAYLOADTYPE, payloadType}, {GenTL::BUFFER_INFO_WIDTH, 8}}, data));
+  }
+
+  // A camera with one chunk node.
+  void DescribeChunks() {
+    auto& remote = m_world.Camera().remote;
+    remote.portName = "Device";
+    remote.xml =
+        "<RegisterDescription ModelName=\"Scripted\" VendorName=\"Orvex\" "
+        "StandardNameSpace=\"None\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" "
+        "SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" "
+        "ProductGuid=\"8A2E4A02-4E2B-4C5C-9F5D-0C6A6C3F7E11\" "
+        "VersionGuid=\"3D2B9C9A-7C4C-4F0E-8F43-52C1E5D0B0A2\" "
+        "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">"
+        "<Category Name=\"Root\"><pFeature>ChunkDataControl</pFeature>"
+        "<pFeature>PayloadSize</pFeature><pFeature>TLParamsLocked</pFeature>"
+        "<pFeature>AcquisitionStart</pFeature><pFeature>AcquisitionStop</pFeature></Category>"
+        "<Category Name=\"ChunkDataControl\"><pFeature>ChunkWidth</pFeature></Category>"
+        "<Integer Name=\"PayloadSize\"><Value>32</Value></Integer>"
+        "<Integer Name=\"TLParamsLocked\"><Value>0</Value></Integer>"
+        "<Integer Name=\"Executed\"><Value>0</Value></Integer>"
+        "<Command Name=\"AcquisitionStart\"><pValue>Executed</pValue>"
+        "<CommandValue>1</CommandValue></Command>"
+        "<Command Name=\"AcquisitionStop\"><pValue>Executed</pValue>"
+        "<CommandValue>1</CommandValue></Command>"
+        "<IntReg Name=\"ChunkWidth\"><Address>0</Address><Length>4</Length>"
+        "<AccessMode>RO</AccessMode><pPort>ChunkPort</pPort><Sign>Unsigned</Sign>"
+        "<Endianess>BigEndian</Endianess></IntReg>"
+        "<Port Name=\"Device\"/><Port Name=\"ChunkPort\"><ChunkID>A5A50001</ChunkID></Port>"
+        "</RegisterDescription>";
+  }
+
+  // Image of 8 bytes with its chunk trailer, then a chunk of 4 bytes (value 8) with its trailer: as
+  // GigE Vision lays chunks out, in network order, 28 bytes in all. The buffer holds 32.
+  const std::vector<uint8_t> m_chunkFrame = {1,    2,    3,    4,    5, 6, 7, 8, 0x00, 0x00,
+                                             0x00, 0x01, 0,    0,    0, 8, 0, 0, 0,    8,
+                                             0xA5, 0xA5, 0x00, 0x01, 0, 0, 0, 4};
+};
+
+struct KindRow {
+  const char* name;
+  uint64_t payloadType;
+  bool image, chunks, compressed;
+  Calls calls;
+};
+class FrameKind : public Frames, public testing::WithParamInterface<KindRow> {};
+
+TEST_P(FrameKind, FollowsThePayloadType) {
+  OpenAndStart();
+  Deliver(GetParam().payloadType);
+  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+  EXPECT_EQ(TakeCalls(), GetParam().calls);
+  EXPECT_EQ(pBuffer->AsImage() != nullptr, GetParam().image);
+  EXPECT_EQ(pBuffer->AsChunkData() != nullptr, GetParam().chunks);
+  EXPECT_EQ(pBuffer->AsCompressedImage() != nullptr, GetParam().compressed);
+  EXPECT_EQ(pBuffer->GetPayloadType(), GetParam().payloadType);
+  ForgetCalls();
+  m_pCamera->RequeueBuffer(pBuffer);
+  EXPECT_THAT(TakeCalls(), ElementsAre("DSQueueBuffer" + sk_s + ")"));
+  EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
+}
+
+const Calls sk_plainCalls = {"EventGetData(cam0.stream0.event1, 10)", "DSGetBufferInfo(19)"};
+const Calls sk_chunkCalls = {"EventGetData(cam0.stream0.event1, 10)", "DSGetBufferInfo(19)",
+                             "DSGetBufferInfo(0)", "DSGetBufferInfo(9)"};
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, FrameKind,
+    testing::Values(KindRow{"Image", 1, true, false, false, sk_plainCalls},
+                    KindRow{"Compressed", 1001, false, false, true, sk_plainCalls},
+                    KindRow{"ChunkData", 4, false, true, false, sk_chunkCalls}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+class FrameKindWithChunks : public Frames, public testing::WithParamInterface<KindRow> {};
+
+TEST_P(FrameKindWithChunks, AsksForTheDataSizeAndKeepsItsViews) {
+  OpenAndStart();
+  Deliver(GetParam().payloadType);
+  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+  EXPECT_THAT(TakeCalls(), testing::IsSupersetOf({"DSGetBufferInfo(19)", "DSGetBufferInfo(27)"}));
+  EXPECT_EQ(pBuffer->AsImage() != nullptr, GetParam().image);
+  EXPECT_EQ(pBuffer->AsCompressedImage() != nullptr, GetParam().compressed);
+  ASSERT_NE(pBuffer->AsChunkData(), nullptr);
+  EXPECT_EQ(pBuffer->AsChunkData()->GetData(), pBuffer->GetData());
+  // Any view of the frame can be handed back.
+  m_pCamera->RequeueBuffer(pBuffer->AsChunkData());
+  EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, FrameKindWithChunks,
+                         testing::Values(KindRow{"Image", 16385, true, true, false, {}},
+                                         KindRow{"Compressed", 1002, false, true, true, {}}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Frames, GiveTheirChunksToTheDevicesOwnNodesAndToTheFrames) {
+  DescribeChunks();
+  OpenAndStart();
+  m_world.CameraStream().Deliver({{GenTL::BUFFER_INFO_PAYLOADTYPE, 16385},
+                                  {GenTL::BUFFER_INFO_DATA_SIZE, m_chunkFrame.size()},
+                                  {GenTL::BUFFER_INFO_SIZE_FILLED, m_chunkFrame.size()}},
+                                 m_chunkFrame);
+  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+  GenApi::CIntegerPtr pOwn = m_pCamera->GetNodeMap()->GetNode("ChunkWidth");
+  EXPECT_EQ(pOwn->GetValue(), 8);
+  GenApi::CIntegerPtr pOfFrame = pBuffer->AsChunkData()->GetChunk("ChunkWidth");
+  ASSERT_TRUE(pOfFrame.IsValid());
+  EXPECT_EQ(pOfFrame->GetValue(), 8);
+  m_pCamera->RequeueBuffer(pBuffer);
+  m_pCamera->StopStream();
+  EXPECT_FALSE(GenApi::IsReadable(*pOwn));  // the frame's memory is gone
+}
+
+TEST_F(Frames, WithoutChunkLayoutAreDeliveredAllTheSame) {
+  DescribeChunks();
+  OpenAndStart();
+  Deliver(4, std::vector<uint8_t>(32, 0xFF));
+  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+  ASSERT_NE(pBuffer, nullptr);
+  EXPECT_EQ(pBuffer->AsChunkData()->GetChunk("ChunkWidth"), nullptr);
+  m_pCamera->RequeueBuffer(pBuffer);
+}
+
+TEST_F(Frames, ComeAsImagesOrNotAtAll) {
+  OpenAndStart();
+  Deliver(1);
+  IImage* pImage = m_pCamera->GetImage(10);
+  EXPECT_EQ(pImage->GetWidth(), 8u);
+  m_pCamera->RequeueBuffer(pImage);
+  Deliver(4);
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetImage(10); }),
+            PlainError("LogicalErrorException", "Failed to cast Orvex::IBuffer* to Orvex::IImage* ",
+                       "Device.cpp, GetImage"));
+  Deliver(1);
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetCompressedImage(10); }),
+            PlainError("LogicalErrorException",
+                       "Failed to cast Orvex::IBuffer* to Orvex::ICompressedImage* (perhaps an "
+                       "unsupported compressed pixel format)",
+                       "Device.cpp, GetCompressedImage"));
+}
+
+struct FrameFailureRow {
+  const char* name;
+  const char* function;  // "" for none
+  GenTL::GC_ERROR status;
+  uint64_t payloadType;
+  std::string thrown;
+};
+class TakingFails : public Frames, public testing::WithParamInterface<FrameFailureRow> {};
+
+TEST_P(TakingFails, WithItsMessage) {
+  OpenAndStart();
+  Deliver(GetParam().payloadType);
+  if (*GetParam().function != 0) m_world.Fail(GetParam().function, GetParam().status);
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }), GetParam().thrown);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachStep, TakingFails,
+    testing::Values(FrameFailureRow{"Timeout", "EventGetData", GenTL::GC_ERR_TIMEOUT, 1,
+                                    GenTLError("TimeoutException", "GC_ERR_TIMEOUT",
+                                               "Unable to get buffer data", "Device.cpp, GetBuffer",
+                                               "EventGetData") +
+                                        "EventGetData refused"},
+                    FrameFailureRow{
+                        "Aborted", "EventGetData", GenTL::GC_ERR_ABORT, 1,
+                        GenTLError("RuntimeException", "GC_ERR_ABORT", "Unable to get buffer data",
+                                   "Device.cpp, GetBuffer", "EventGetData") +
+                            "EventGetData refused"},
+                    FrameFailureRow{"PayloadType", "DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 1,
+                                    GenTLError("RuntimeException", "GC_ERR_NO_DATA",
+                                               "Unable to get buffer payload type",
+                                               "Device.cpp, GetBuffer", "DSGetBufferInfo") +
+                                        "DSGetBufferInfo refused"},
+                    FrameFailureRow{"Unknown", "", 0, 10,
+                                    PlainError("LogicalErrorException", "Unknown payload type",
+                                               "Device.cpp, GetBuffer")}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Frames, FailWhenTheirDataSizeDoes) {
+  OpenAndStart();
+  Deliver(16385);
+  m_world.Fail("DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 2);
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }),
+            GenTLError("RuntimeException", "GC_ERR_NO_DATA", "Unable to get buffer data size",
+                       "Device.cpp, GetBuffer", "DSGetBufferInfo") +
+                "DSGetBufferInfo refused");
+}
+
+TEST_F(Frames, NeedAStartedStream) {
+  OpenCamera();
+  m_world.errorText = "nothing";
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetImage(10); }),
+            GenTLError("InvalidArgumentException", "GC_ERR_INVALID_HANDLE",
+                       "Unable to get buffer data, event handle is NULL", "Device.cpp, GetBuffer",
+                       "EventGetData") +
+                "nothing");
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(7, 10); }),
+            PlainError("RuntimeException", "error indexing a stream!", "Device.cpp, GetBuffer"));
+}
+
+TEST_F(Frames, NeedADeviceWithStreams) {
+  Device empty;
+  const auto error = [](const char* exceptionClass, const char* function) {
+    return PlainError(exceptionClass, "Device has no available streams",
+                      std::string("Device.cpp, ") + function);
+  };
+  const char* logical = "LogicalErrorException";
+  EXPECT_EQ(Thrown([&] { empty.GetImage(1); }), error(logical, "GetImage"));
+  EXPECT_EQ(Thrown([&] { empty.GetCompressedImage(1); }), error(logical, "GetCompressedImage"));
+  // Kept on purpose: another class here.
+  EXPECT_EQ(Thrown([&] { empty.GetBuffer(1); }), error("DynamicCastException", "GetBuffer"));
+  EXPECT_EQ(Thrown([&] { empty.RequeueBuffer(nullptr); }), error(logical, "RequeueBuffer"));
+  EXPECT_EQ(Thrown([&] { empty.WaitForNextLeader(1); }), error(logical, "WaitForNextLeader"));
+  EXPECT_EQ(Thrown([&] { empty.ResetWaitForNextLeader(); }),
+            error(logical, "ResetWaitForNextLeader"));
+  EXPECT_EQ(Thrown([&] { empty.GetTLStreamNodeMap(); }), error(logical, "GetTLStreamNodeMap"));
+}
+
+TEST_F(Frames, StayTheCallersWhenRequeuingFails) {
+  OpenAndStart();
+  EXPECT_EQ(Thrown([&] { m_pCamera->RequeueBuffer(nullptr); }),
+            PlainError("InvalidArgumentException", "Image is null", "Device.cpp, RequeueBuffer"));
+  Deliver(1);
+  IImage* pImage = m_pCamera->GetImage(10);
+  m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
+  EXPECT_EQ(Thrown([&] { m_pCamera->RequeueBuffer(pImage); }),
+            GenTLError("RuntimeException", "GC_ERR_IO", "Unable to requeue internal buffer",
+                       "Device.cpp, RequeueBuffer", "DSQueueBuffer") +
+                "DSQueueBuffer refused");
+  EXPECT_EQ(pImage->GetWidth(), 8u);
+  m_pCamera->RequeueBuffer(pImage);
+}
+
+TEST_F(Frames, AnnounceThemselvesByTheirLeader) {
+  OpenAndStart();
+  m_pCamera->WaitForNextLeader(70);
+  m_pCamera->ResetWaitForNextLeader();
+  EXPECT_THAT(TakeCalls(), ElementsAre("DSWaitForNextLeader" + sk_s + ", 70)",
+                                       "DSResetWaitForNextLeader" + sk_s + ")"));
+  for (const char* name : {"WaitForNextLeader", "ResetWaitForNextLeader"}) {
+    const std::string function = std::string("DS") + name;
+    m_world.Fail(function, GenTL::GC_ERR_TIMEOUT);
+    EXPECT_EQ(Thrown([&] {
+                if (name[0] == 'W') m_pCamera->WaitForNextLeader(1);
+                if (name[0] == 'R') m_pCamera->ResetWaitForNextLeader();
+              }),
+              GenTLError("TimeoutException", "GC_ERR_TIMEOUT", "Wait for next leader failed",
+                         std::string("Device.cpp, ") + name, function) +
+                  function + " refused");
+  }
+}
+
+}  // namespace
