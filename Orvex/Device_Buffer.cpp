@@ -118,7 +118,8 @@ IBuffer* Device::WrapBuffer(TLDataStream* pStream, void* hBuffer) {
     case BufferPayloadTypeChunkData: {
       auto pFrame =
           MakeWithChunks<ChunkData>(pStream, hBuffer, UniqueNodeMap(CreateChunkNodeMap()));
-      AttachChunks(pFrame->GetData(), pFrame->GetSizeFilled());
+      const uint8_t* pData = pFrame->GetData();
+      AttachChunks(pData, pFrame->GetSizeFilled());
       return static_cast<Buffer*>(pFrame.release());
     }
     case BufferPayloadTypeCompressedImageExtendedChunk:

@@ -40,7 +40,10 @@ std::string Text(const char* text) {
 template <typename Number>
 std::string Text(Number number) requires std::is_arithmetic_v<Number> {
   std::string text = std::to_string(number);
-  if constexpr (std::is_floating_point_v<Number>) text.erase(text.find_last_not_of('0') + 2);
+  if constexpr (std::is_floating_point_v<Number>) {
+    const size_t last = text.find_last_not_of('0');
+    text.erase(last + (text[last] == '.' ? 2 : 1));
+  }
   return text;
 }
 
@@ -616,8 +619,9 @@ GC_API DSClose(DS_HANDLE handle) {
 
 GC_API DSRevokeBuffer(DS_HANDLE handle, BUFFER_HANDLE buffer, void**, void**) {
   return Call("DSRevokeBuffer", M(handle)).Do([&] {
+    const Buffer* revoked = As<Buffer>(buffer);
     std::erase_if(As<Stream>(handle)->buffers,
-                  [&](const auto& it) { return it.get() == As<Buffer>(buffer); });
+                  [revoked](const auto& it) { return it.get() == revoked; });
     return GC_ERR_SUCCESS;
   });
 }
@@ -664,3 +668,8 @@ GC_API DSSetupResendRetryParams(DS_HANDLE handle, uint64_t window, double rate, 
 
 }  // extern "C"
 }  // namespace GenTL
+
+Scripted::World* ScriptedWorld() {
+  static auto* sk_pWorld = new Scripted::World;  // handles may outlive every test
+  return sk_pWorld;
+}

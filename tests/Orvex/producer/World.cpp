@@ -127,8 +127,3 @@ void World::Reset() {
 }
 
 }  // namespace Scripted
-
-Scripted::World* ScriptedWorld() {
-  static auto* sk_pWorld = new Scripted::World;  // handles may outlive every test
-  return sk_pWorld;
-}

@@ -98,7 +98,9 @@ TEST_F(ImageCallbacks, AreNeitherRunNorLostInATightLoopOfDeregistrations) {
   callback.action = [&](IImage*) { ++mark; };
   for (int i = 0; i < 300; ++i) {
     m_pCamera->RegisterImageCallback(&callback);
-    if (i % 3 == 0) ASSERT_TRUE(callback.WaitFor(callback.Get() + 1));
+    if (i % 3 == 0) {
+      ASSERT_TRUE(callback.WaitFor(callback.Get() + 1));
+    }
     if (i % 2 == 0) {
       m_pCamera->DeregisterImageCallback(&callback);
     } else {
@@ -345,7 +347,7 @@ class Events : public ScriptedTest {
         "VersionGuid=\"3D2B9C9A-7C4C-4F0E-8F43-52C1E5D0B0A2\" "
         "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">"
         "<Category Name=\"Root\"><pFeature>EventTimestamp</pFeature></Category>"
-        "<IntReg Name=\"EventTimestamp\"><Address>16</Address><Length>8</Length>"
+        "<IntReg Name=\"EventTimestamp\"><Address>8</Address><Length>8</Length>"
         "<AccessMode>RO</AccessMode><pPort>EventPort</pPort><Cachable>NoCache</Cachable>"
         "<Sign>Unsigned</Sign><Endianess>BigEndian</Endianess></IntReg>"
         "<Port Name=\"Device\"/><Port Name=\"EventPort\"><EventID>9001</EventID></Port>"

@@ -9,19 +9,23 @@
 
 namespace {
 
-Scripted::World& LoadWorld() {
-  ::setenv("ORVEX_PRODUCER", ORVEX_SCRIPTED_PRODUCER, 1);
-  void* library = ::dlopen(ORVEX_SCRIPTED_PRODUCER, RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) throw std::runtime_error(::dlerror());
-  return *reinterpret_cast<Scripted::World* (*)()>(::dlsym(library, "ScriptedWorld"))();
-}
-
 template <typename E>
 std::string Described(const char* exceptionClass, const E& error) {
   return std::string(exceptionClass) + " | " + error.GetDescription();
 }
 
 }  // namespace
+
+// The world of the producer that the library has loaded, too.
+Scripted::World* ScriptedWorld() {
+  static Scripted::World* sk_pWorld = [] {
+    ::setenv("ORVEX_PRODUCER", ORVEX_SCRIPTED_PRODUCER, 1);
+    void* library = ::dlopen(ORVEX_SCRIPTED_PRODUCER, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw std::runtime_error(::dlerror());
+    return reinterpret_cast<Scripted::World* (*)()>(::dlsym(library, "ScriptedWorld"))();
+  }();
+  return sk_pWorld;
+}
 
 std::string Thrown(const std::function<void()>& action) {
 #define CATCH_AS(ExceptionClass)                 \
@@ -59,13 +63,18 @@ std::string PlainError(const std::string& exceptionClass, const std::string& mes
   return exceptionClass + " | " + exceptionClass + ": " + message + " (" + place + ")";
 }
 
-ScriptedTest::ScriptedTest() : m_world(LoadWorld()) {
+ScriptedTest::ScriptedTest() : m_world(*ScriptedWorld()) {
   m_world.Reset();
 }
 
 ScriptedTest::~ScriptedTest() {
   m_world.plans.clear();
-  if (m_pCamera != nullptr) DestroyCamera();
+  if (m_pCamera != nullptr && !Thrown([&] { m_pSystem->DestroyDevice(m_pCamera); }).empty()) {
+    // The system refuses to destroy cameras whose stream it cannot choose.
+    if (Orvex::Interface* pInterface = m_pCamera->GetInterface())
+      pInterface->RemoveDevice(m_pCamera);
+    delete m_pCamera;
+  }
   if (m_pSystem != nullptr) Close();
 }
 

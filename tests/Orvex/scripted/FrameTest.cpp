@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frames: taken, looked at by kind, and handed back.
+#include <GenApi/GenApi.h>
+
 #include "Fixture.h"
 #include "IChunkData.h"
 #include "ICompressedImage.h"
@@ -202,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Frames, FailWhenTheirDataSizeDoes) {
   OpenAndStart();
   Deliver(16385);
-  m_world.Fail("DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 2);
+  m_world.Fail("DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 1);
   EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }),
             GenTLError("RuntimeException", "GC_ERR_NO_DATA", "Unable to get buffer data size",
                        "Device.cpp, GetBuffer", "DSGetBufferInfo") +

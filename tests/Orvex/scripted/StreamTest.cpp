@@ -53,7 +53,6 @@ TEST_P(StreamChoice, FollowsTheNodes) {
         protocols.at(static_cast<size_t>(camera.remote.Find("TransportStreamProtocol")->integer)),
         row.protocolAfter);
   }
-  if (row.numStreams == 0) m_pCamera = nullptr;  // such a device cannot be destroyed
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -233,8 +232,12 @@ TEST_P(StartFails, WithItsMessageAndLeavesTheStreamIdle) {
   OpenCamera();
   ForgetCalls();
   m_world.Fail(GetParam().function, GetParam().status, GetParam().skip);
-  EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(2); }),
-            GetParam().thrown + GetParam().function + " refused");
+  // What a port throws may come with the node's name before it.
+  const std::string thrown = Thrown([&] { m_pCamera->StartStream(2); });
+  const std::string expected = GetParam().thrown + GetParam().function + " refused";
+  const size_t description = expected.find(" | ") + 3;
+  EXPECT_THAT(thrown, testing::StartsWith(expected.substr(0, description)));
+  EXPECT_THAT(thrown, testing::EndsWith(expected.substr(description)));
   EXPECT_EQ(TakeCalls(), GetParam().calls);
   EXPECT_TRUE(m_world.CameraStream().buffers.empty());
   EXPECT_FALSE(m_world.CameraStream().grabbing);

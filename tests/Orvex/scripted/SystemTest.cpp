@@ -292,7 +292,6 @@ TEST_F(Discovery, LeavesOutDevicesWhoseQueriesFail) {
             GenTLError("RuntimeException", "GC_ERR_IO", "Unable to get number of devices",
                        "System.cpp, GetDevices", "IFGetNumDevices") +
                 "IFGetNumDevices refused");
-  m_world.interfaces.clear();
 }
 
 }  // namespace
