@@ -395,7 +395,9 @@ int ControlServer::NextTimeoutMs() {
   const std::lock_guard lock(m_camera.Mutex());
   Clock::time_point next = Clock::now() + std::chrono::seconds(10);
   const ControlState& control = m_camera.control;
-  if (control.owner)
+  const bool watched =
+      control.owner && (control.gvcpConfiguration & B::sk_cfgHeartbeatDisable) == 0;
+  if (watched)
     next = std::min(next, control.lastHeard + std::chrono::milliseconds(control.heartbeatMs + 1));
   if (m_pendingEvent) next = std::min(next, m_pendingEvent->deadline);
   const uint64_t deviceNow = m_camera.Now();
