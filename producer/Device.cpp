@@ -150,6 +150,10 @@ void Device::EnableOptions() {
 
 void Device::Close() {
   HandleTable::Instance().Remove(*this);
+  // A camera that was pulled a moment ago must not hold up its consumer.
+  ControlSettings settings = m_channel->Settings();
+  settings.retries = std::min(settings.retries, 1);
+  m_channel->SetSettings(settings);
   HandleTable::Instance().Remove(*m_remote);
   for (;;) {
     std::shared_ptr<DataStream> stream;

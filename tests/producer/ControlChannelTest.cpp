@@ -31,7 +31,8 @@ uint32_t Long(const Bytes& bytes, size_t at) {
 // Status, acknowledge code and payload for the id of a request.
 Bytes Ack(const Bytes& request, uint16_t status, uint16_t code, const Bytes& payload = {}) {
   Bytes out;
-  for (const uint16_t word : {status, code, static_cast<uint16_t>(payload.size()), Word(request, 6)}) {
+  for (const uint16_t word :
+       {status, code, static_cast<uint16_t>(payload.size()), Word(request, 6)}) {
     out.push_back(static_cast<uint8_t>(word >> 8));
     out.push_back(static_cast<uint8_t>(word));
   }
