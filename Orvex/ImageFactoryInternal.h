@@ -78,6 +78,9 @@ struct FrameCells {
   static void SetIncomplete(Buffer* pBuffer, bool incomplete) {
     pBuffer->m_pIsIncomplete = std::make_unique<bool>(incomplete);
   }
+  static void SetPayloadType(Buffer* pBuffer, uint64_t payloadType) {
+    pBuffer->m_pPayloadType = std::make_unique<uint64_t>(payloadType);
+  }
   static void SetSizes(Buffer* pBuffer, size_t filled, size_t payload, size_t buffer) {
     pBuffer->m_pSizeFilled = std::make_unique<size_t>(filled);
     pBuffer->m_pPayloadSize = std::make_unique<size_t>(payload);
