@@ -60,7 +60,11 @@ std::vector<std::string> SplitWords(const std::vector<std::string>& words, std::
     throw Misuse(fmt::format("usage: orvex {}", pUsage));
   const std::size_t first = words.size() - count;
   if (first == 1) place.search.device = words.front();
-  return {words.begin() + static_cast<std::ptrdiff_t>(first), words.end()};
+  std::vector<std::string> names(words.begin() + static_cast<std::ptrdiff_t>(first), words.end());
+  for (std::string& name : names) {
+    if (name.starts_with(sk_shield)) name.erase(0, 1);
+  }
+  return names;
 }
 
 }  // namespace OrvexTools

@@ -63,6 +63,9 @@ void AddModuleOption(CLI::App& command, FeaturePlace& place);
 GenApi::INodeMap& NodesOf(Library& library, Camera& camera, const FoundCamera& found,
                           const std::string& module);
 
+// Stands before a word that would otherwise pass for an option; no person types it.
+inline constexpr char sk_shield = '\x1f';
+
 // Splits "[DEVICE] NAMES..." into place.search.device and exactly `count` names. Throws Misuse when
 // the number of words is neither `count` nor one more.
 std::vector<std::string> SplitWords(const std::vector<std::string>& words, std::size_t count,

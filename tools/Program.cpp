@@ -27,18 +27,12 @@ bool IsNegativeNumber(const std::string& text) {
          (std::isdigit(static_cast<unsigned char>(text[1])) || text[1] == '.');
 }
 
-// `orvex set Gain -3` means a value, although it looks like an option; after "--" it is taken as a
-// word.
+// `orvex set Gain -3` means a value, although it looks like an option; with a letter in front the
+// parser takes it as a word, and SplitWords takes the letter off again.
 void ShieldNegativeValue(std::vector<std::string>& arguments) {
-  const auto end = arguments.end();
-  if (std::find(arguments.begin(), end, "set") == end ||
-      std::find(arguments.begin(), end, "--") != end)
-    return;
-  const auto value = std::find_if(arguments.begin(), end, &IsNegativeNumber);
-  if (value == end) return;
-  const std::string text = *value;
-  arguments.erase(value);
-  arguments.insert(arguments.end(), {"--", text});
+  if (std::find(arguments.begin(), arguments.end(), "set") == arguments.end()) return;
+  const auto value = std::find_if(arguments.begin(), arguments.end(), &IsNegativeNumber);
+  if (value != arguments.end()) value->insert(value->begin(), sk_shield);
 }
 
 std::string UsageLine(const CLI::App& program, const CLI::ParseError& error) {

@@ -99,7 +99,7 @@ std::string Process::Err() const {
 }
 
 Result RunToEnd(const std::filesystem::path& program, std::vector<std::string> arguments,
-           Seconds patience, const std::filesystem::path& folder) {
+                Seconds patience, const std::filesystem::path& folder) {
   const auto begin = Clock::now();
   Process process(program, std::move(arguments), folder);
   Result result;
