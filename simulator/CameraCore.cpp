@@ -52,6 +52,9 @@ CameraCore::CameraCore(CameraOptions options)
   AddBootstrapRegisters();
   AddDeviceFeatures();
   m_model->AddFeatures(*this);
+  AddChunkFeatures(m_features);
+  AddEventFeatures(m_features);
+  m_eventNotification = &F("EventNotification");
   AddTransportFeatures();
   m_features.Build(m_registers, sk_featureBase);
   BuildDescription();
@@ -109,7 +112,14 @@ bool CameraCore::TransportLocked() const {
 }
 
 size_t CameraCore::PayloadSize() const {
-  return m_model->PayloadBytes();
+  return BytesWithChunks(TakeChunkPlan(m_features), m_model->PayloadBytes());
+}
+
+ChunkPlan CameraCore::TakeChunks() const {
+  ChunkPlan plan = TakeChunkPlan(m_features);
+  plan.exposure = F("ExposureTime").Real();
+  plan.gain = F("Gain").Real();
+  return plan;
 }
 
 void CameraCore::StartAcquisition() {
@@ -121,10 +131,12 @@ void CameraCore::StartAcquisition() {
   acquisition.triggers.clear();
   acquisition.active = true;
   ++acquisition.session;
+  Notify(EventKind::AcquisitionStart, 0, Now());
   m_changed.notify_all();
 }
 
 void CameraCore::StopAcquisition() {
+  if (acquisition.active) Notify(EventKind::AcquisitionEnd, 0, Now());
   acquisition.active = false;
   acquisition.triggers.clear();
   m_changed.notify_all();
@@ -132,8 +144,9 @@ void CameraCore::StopAcquisition() {
 
 void CameraCore::Trigger() {
   if (!acquisition.active || !F("TriggerMode").Bool()) return;
-  if (acquisition.triggers.size() < sk_maxQueuedTriggers)
-    acquisition.triggers.push_back(Clock::now());
+  const bool room = acquisition.triggers.size() < sk_maxQueuedTriggers;
+  if (room) acquisition.triggers.push_back(Clock::now());
+  Notify(room ? EventKind::FrameTrigger : EventKind::FrameTriggerMissed, 0, Now());
   m_changed.notify_all();
 }
 
@@ -141,6 +154,13 @@ void CameraCore::QueueEvent(DeviceEvent event) {
   if (message.port == 0 || m_events.size() >= sk_maxEventQueue) return;
   m_events.push_back(std::move(event));
   if (wakeControl) wakeControl();
+}
+
+void CameraCore::Notify(EventKind kind, uint64_t blockId, uint64_t timestamp) {
+  if (message.port == 0 || !m_eventNotification->Bool(static_cast<size_t>(kind))) return;
+  std::vector<uint8_t> data(8);
+  GigEVision::StoreBe64(data.data(), blockId);
+  QueueEvent({AllEvents()[static_cast<size_t>(kind)].id, blockId, timestamp, std::move(data)});
 }
 
 std::deque<DeviceEvent> CameraCore::TakeEvents() {

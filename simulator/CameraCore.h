@@ -13,6 +13,8 @@
 #include <optional>
 
 #include "simulator/CameraOptions.h"
+#include "simulator/Chunks.h"
+#include "simulator/Events.h"
 #include "simulator/Feature.h"
 #include "simulator/Model.h"
 
@@ -112,6 +114,8 @@ class CameraCore {
   void Trigger();  // as from any enabled trigger source
   // Puts an event into the message channel's queue, if the host has opened it.
   void QueueEvent(DeviceEvent event);
+  // The same for an event that the host may have switched on; carries the block id as data.
+  void Notify(EventKind kind, uint64_t blockId, uint64_t timestamp);
   std::deque<DeviceEvent> TakeEvents();
   void CloseControl();  // the owner left or fell silent
   Status WriteCcp(uint32_t value);
@@ -120,6 +124,7 @@ class CameraCore {
   std::string Url() const { return m_url; }
   const std::string& Description() const { return m_description; }  // immutable
   size_t PayloadSize() const;
+  ChunkPlan TakeChunks() const;
   void LoadUserSet(int64_t index);
   Status SaveUserSet(int64_t index);
   void ResetDevice();
@@ -156,6 +161,8 @@ class CameraCore {
   std::deque<DeviceEvent> m_events;
   std::vector<FeatureValues> m_userSets;  // 0: factory values
   Feature* m_tlParamsLocked = nullptr;
+  Feature* m_eventNotification = nullptr;
+  uint64_t m_testEvents = 0;
 };
 
 }  // namespace OrvexSim

@@ -215,6 +215,25 @@ void CameraCore::AddDeviceFeatures() {
       .DefaultReal(2000)
       .Docu("Length of the exposure.");
 
+  t.Category("TestControl", "Checks of the connection.");
+  t.Integer("TestPendingAck")
+      .Unit("ms")
+      .Guru()
+      .Range(0, 60000)
+      .Transient()
+      .OnSet([this](int64_t value, size_t) {
+        return DelayAnswer(static_cast<uint32_t>(value)), Status::Success;
+      })
+      .Docu("Writing makes the camera take that long for its answer.");
+  t.Command("TestEventGenerate")
+      .Guru()
+      .OnSet([this](int64_t, size_t) {
+        std::vector<uint8_t> data(8);
+        GigEVision::StoreBe64(data.data(), ++m_testEvents);
+        return QueueEvent({sk_testEventId, 0, Now(), std::move(data)}), Status::Success;
+      })
+      .Docu("Makes the test event.");
+
   t.Category("UserSetControl", "Settings that the camera keeps.");
   const std::vector<EnumEntry> sets = {{"Default", 0}, {"UserSet0", 1}, {"UserSet1", 2}};
   t.Enumeration("UserSetSelector", sets)

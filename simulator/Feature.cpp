@@ -327,6 +327,10 @@ Feature* FeatureTable::Find(const std::string& name) const {
   return it == m_byName.end() ? nullptr : it->second;
 }
 
+const std::vector<EnumEntry>& FeatureTable::EntriesOf(const std::string& enumeration) const {
+  return m_byName.at(enumeration)->m_entries;
+}
+
 uint32_t FeatureTable::Allocate(uint32_t bytes) {
   const uint32_t alignment = bytes >= 8 ? 8 : 4;
   m_next = (m_next + alignment - 1) / alignment * alignment;

@@ -182,6 +182,7 @@ class FeatureTable {
 
   const std::vector<std::unique_ptr<Feature>>& Features() const { return m_features; }
   Feature* Find(const std::string& name) const;  // null when there is none
+  const std::vector<EnumEntry>& EntriesOf(const std::string& enumeration) const;
 
  private:
   friend class DescriptionPrinter;

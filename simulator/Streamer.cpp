@@ -124,7 +124,7 @@ Frame& Streamer::NextSlot() {
   return *m_ring[m_slot];
 }
 
-void Streamer::FillLeaderAndTrailer(Frame& frame) {
+void Streamer::FillLeaderAndTrailer(Frame& frame, uint32_t chunkLayout) {
   GigEVision::Leader leader;
   leader.payloadType = frame.payloadType;
   leader.timestamp = frame.timestamp;
@@ -135,6 +135,7 @@ void Streamer::FillLeaderAndTrailer(Frame& frame) {
   trailer.payloadType = frame.payloadType;
   trailer.sizeY = frame.image.sizeY;
   trailer.chunkLength = static_cast<uint32_t>(frame.size);
+  trailer.chunkLayoutId = chunkLayout;
   frame.trailerSize = EncodeTrailer(frame.trailer, trailer);
 }
 
@@ -151,33 +152,39 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   // A frame that came late does not make the following ones hurry.
   m_nextStart = std::max(m_start + period, Clock::now() - period);
   m_camera.TheModel().TakeSettings();
+  const ChunkPlan chunks = m_camera.TakeChunks();
+  m_blockId = GigEVision::NextBlockId(m_blockId, extendedIds);
+  const uint64_t timestamp = m_camera.ToDeviceTime(m_start);
+  m_camera.Notify(EventKind::ExposureStart, m_blockId, timestamp);
   lock.unlock();
 
   Frame& frame = NextSlot();
   m_camera.TheModel().Paint(m_frameNumber++, frame);
   frame.size = frame.imageBytes;
-  frame.timestamp = m_camera.ToDeviceTime(m_start);
+  frame.timestamp = timestamp;
   frame.extendedIds = extendedIds;
   frame.dataPerPacket = GigEVision::DataPerPacket(route.packetSize, extendedIds);
   frame.sentPackets = 0;
-  FillLeaderAndTrailer(frame);
-  m_blockId = GigEVision::NextBlockId(m_blockId, extendedIds);
   {
     const std::lock_guard ring(m_ringMutex);
     frame.blockId = m_blockId;
+    FillLeaderAndTrailer(frame, chunks.active ? AppendChunks(chunks, frame) : 0);
   }
 
   lock.lock();
-  m_camera.Changed().wait_until(lock, exposed, [&] {
+  const auto over = [&] {
     return m_stop || !m_camera.acquisition.active || m_camera.acquisition.session != session;
-  });
-  const bool wanted =
-      !m_stop && m_camera.acquisition.active && m_camera.acquisition.session == session;
+  };
+  m_camera.Changed().wait_until(lock, exposed, over);
+  if (over()) return;
+  m_camera.Notify(EventKind::ExposureEnd, frame.blockId, m_camera.ToDeviceTime(exposed));
+  m_camera.Notify(EventKind::FrameStart, frame.blockId, m_camera.Now());
   const bool open = route.destination.port != 0 && m_camera.stream.port == route.destination.port;
   lock.unlock();
-  if (wanted && open) m_sender.SendFrame(frame, route, m_stop);
+  if (open) m_sender.SendFrame(frame, route, m_stop);
   lock.lock();
-  if (wanted && m_camera.acquisition.session == session) FinishFrame();
+  m_camera.Notify(EventKind::FrameEnd, frame.blockId, m_camera.Now());
+  if (m_camera.acquisition.session == session) FinishFrame();
 }
 
 void Streamer::FinishFrame() {

@@ -35,7 +35,7 @@ class Streamer {
   void TakeFrame(std::unique_lock<std::mutex>& lock);
   void FinishFrame();
   Frame& NextSlot();
-  static void FillLeaderAndTrailer(Frame& frame);
+  static void FillLeaderAndTrailer(Frame& frame, uint32_t chunkLayout);
 
   CameraCore& m_camera;
   PacketSender m_sender;

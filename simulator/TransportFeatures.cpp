@@ -41,8 +41,8 @@ void CameraCore::AddTransportFeatures() {
       .ReadOnly()
       .Unit("B")
       .Size(8)
-      .DependsOn(
-          {"Width", "Height", "PixelFormat", "BinningHorizontal", "BinningVertical", "UserSetLoad"})
+      .DependsOn({"Width", "Height", "PixelFormat", "BinningHorizontal", "BinningVertical",
+                  "UserSetLoad", "ChunkModeActive", "ChunkEnable"})
       .Get([this] { return static_cast<int64_t>(PayloadSize()); })
       .Docu("Bytes of one frame.");
   m_tlParamsLocked =
