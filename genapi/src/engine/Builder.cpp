@@ -194,7 +194,14 @@ void Builder::TakeElements(Node& node) {
 
 namespace {
 
-bool ChangesOwner(Element role) {
+struct Effect {
+  bool any;
+  uint8_t onValue;
+  uint8_t onAccess;
+};
+
+// What a change of the target makes void in the node that refers to it.
+Effect EffectOnOwner(Element role) {
   switch (role) {
     case Element::pValue:
     case Element::pValueCopy:
@@ -202,23 +209,26 @@ bool ChangesOwner(Element role) {
     case Element::pValueDefault:
     case Element::pVariable:
     case Element::pAddress:
-    case Element::pIndex:
     case Element::pOffset:
     case Element::pLength:
+    case Element::pCommandValue:
+    case Element::pEnumEntry:
+      return {true, sk_voidValue, sk_voidAccess};
     case Element::pMin:
     case Element::pMax:
     case Element::pInc:
+      return {true, sk_voidNothing, sk_voidAccess};
     case Element::pIsImplemented:
     case Element::pIsAvailable:
     case Element::pIsLocked:
-    case Element::pCommandValue:
+      return {true, sk_voidAccess, sk_voidAccess};
+    case Element::pIndex:
     case Element::pPort:
     case Element::pChunkID:
-    case Element::pEnumEntry:
     case Element::pInvalidator:
-      return true;
+      return {true, sk_voidAll, sk_voidAll};
     default:
-      return false;
+      return {false, sk_voidNothing, sk_voidNothing};
   }
 }
 
@@ -226,19 +236,23 @@ bool ChangesOwner(Element role) {
 
 // One edge from each node to every node whose caches are void when it changes, stored node by node.
 void Builder::LinkDependents() {
-  std::vector<std::pair<Node*, Node*>> edges;
+  struct Edge {
+    Node* pFrom;
+    Dependent to;
+  };
+  std::vector<Edge> edges;
   edges.reserve(m_map.m_links.size());
   std::vector<Node*> chain;
   for (Node* owner : m_map.m_nodes) {
     for (const Link& link : owner->Links()) {
-      if (ChangesOwner(link.role)) {
-        edges.emplace_back(link.pTarget, owner);
+      if (const Effect effect = EffectOnOwner(link.role); effect.any) {
+        edges.push_back({link.pTarget, {owner, effect.onValue, effect.onAccess}});
       } else if (link.role == Element::pSelected) {
         // The device may keep one register per selector value behind one address, so the registers
         // are void too.
         chain.assign(1, link.pTarget);
         for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
-          edges.emplace_back(owner, chain[i]);
+          edges.push_back({owner, {chain[i], sk_voidAll, sk_voidNothing}});
           for (const Link& next : chain[i]->Links()) {
             if (next.role == Element::pValue && next.pTarget != owner)
               chain.push_back(next.pTarget);

@@ -165,7 +165,7 @@ EVisibility Node::GetVisibility() const {
 std::span<const Link> Node::Links() const {
   return {m_map.m_links.data() + m_linkBegin, m_linkCount};
 }
-std::span<Node* const> Node::Dependents() const {
+std::span<const Dependent> Node::Dependents() const {
   return {m_map.m_dependents.data() + m_dependentBegin, m_dependentCount};
 }
 Node* Node::FirstLinked(Element role) const {
@@ -200,7 +200,8 @@ std::vector<Node*> Node::Selected() const {
     if (link.role == Element::pSelected) add(link.pTarget);
   }
   for (size_t i = 0; i < selected.size(); ++i) {
-    for (Node* dependent : selected[i]->Dependents()) {
+    for (const Dependent& edge : selected[i]->Dependents()) {
+      Node* dependent = edge.pNode;
       for (const Link& link : dependent->Links()) {
         if (link.pTarget == selected[i] && IsValueRole(link.role)) add(dependent);
       }

@@ -50,6 +50,21 @@ template <class E>
   ::OrvexGenApi::Raise<GENICAM_NAMESPACE::Exception>(__FILE__, __LINE__, #Exception, node, \
                                                      __VA_ARGS__)
 
+// What a change of one node makes void in another.
+enum Void : uint8_t {
+  sk_voidNothing = 0,  // only the callbacks have to know
+  sk_voidValue = 1,
+  sk_voidAccess = 2,
+  sk_voidAll = 3,
+};
+
+// A node to look at when another one changes.
+struct Dependent {
+  Node* pNode;
+  uint8_t onValue;   // what is void when the other's value is
+  uint8_t onAccess;  // what is void when the other's access mode is
+};
+
 // One reference of a node to another, in the order of the description.
 struct Link {
   Node* pTarget;
@@ -136,8 +151,9 @@ class Node : public INode, public ISelector, public IUserData {
   ECachingMode InternalCaching() const;
   bool InternalAccessCacheable() const;
 
-  // Forgets cached values and the access mode; says nothing to anybody.
-  virtual void DropCaches() { m_accessCache = _UndefinedAccesMode; }
+  // Forgets cached values, or the access mode; says nothing to anybody.
+  virtual void DropValue() {}
+  void DropAccess() { m_accessCache = _UndefinedAccesMode; }
   // Whether polling may invalidate the node now.
   virtual bool MayPoll() { return true; }
   // The name to show when the description gives none.
@@ -151,7 +167,7 @@ class Node : public INode, public ISelector, public IUserData {
   NodeMap& Map() const { return m_map; }
   pugi::xml_node XmlElement() const { return m_element; }
   std::span<const Link> Links() const;
-  std::span<Node* const> Dependents() const;
+  std::span<const Dependent> Dependents() const;
   virtual ValueNode* AsValue() { return nullptr; }
   Node* FirstLinked(Element role) const;
   bool HasCallbacks() const { return !m_callbacks.empty(); }
@@ -196,6 +212,7 @@ class Node : public INode, public ISelector, public IUserData {
   uint32_t m_dependentBegin = 0;
   uint32_t m_dependentCount = 0;
   uint32_t m_visit = 0;
+  uint8_t m_visitVoid = 0;
   uint32_t m_index = 0;
 
  protected:
@@ -228,10 +245,7 @@ class ValueNode : public Node, public virtual IValue {
   bool IsValueCacheValid() const override;
   ValueNode* AsValue() override { return this; }
 
-  void DropCaches() override {
-    Node::DropCaches();
-    m_valueValid = false;
-  }
+  void DropValue() override { m_valueValid = false; }
 
  protected:
   bool m_valueValid = false;

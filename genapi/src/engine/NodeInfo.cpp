@@ -110,14 +110,15 @@ void Node::GetChildren(NodeList_t& Children, ELinkType LinkType) const {
       GetParents(Children);
       break;
     case ctDependingNodes: {
-      std::vector<Node*> work(Dependents().begin(), Dependents().end());
+      std::vector<Node*> work;
+      for (const Dependent& edge : Dependents()) work.push_back(edge.pNode);
       while (!work.empty()) {
         Node* node = work.back();
         work.pop_back();
         const size_t before = Children.size();
         if (node != this) AddOnce(Children, node);
         if (Children.size() == before) continue;
-        work.insert(work.end(), node->Dependents().begin(), node->Dependents().end());
+        for (const Dependent& edge : node->Dependents()) work.push_back(edge.pNode);
       }
       break;
     }

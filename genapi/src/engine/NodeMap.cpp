@@ -171,7 +171,7 @@ void NodeMap::NoteCallbacks(Node& node) {
 
 // Breadth first over the dependents. The start counts as unvisited, so that a node that invalidates
 // itself in a circle loses its cache as well.
-void NodeMap::Spread(Node& start) {
+void NodeMap::Spread(Node& start, uint8_t what) {
   if (++m_visit == 0) {
     for (Node* node : m_nodes) node->m_visit = 0;
     m_visit = 1;
@@ -180,11 +180,21 @@ void NodeMap::Spread(Node& start) {
   m_work.push_back(&start);
   NoteCallbacks(start);
   for (size_t i = base; i < m_work.size(); ++i) {
-    for (Node* dependent : m_work[i]->Dependents()) {
-      if (dependent->m_visit == m_visit) continue;
+    const Node* node = m_work[i];
+    const uint8_t cause = i == base ? what : node->m_visitVoid;
+    for (const Dependent& edge : node->Dependents()) {
+      uint8_t effect = 0;
+      if (cause & sk_voidValue) effect |= edge.onValue;
+      if (cause & sk_voidAccess) effect |= edge.onAccess;
+      Node* dependent = edge.pNode;
+      const bool first = dependent->m_visit != m_visit;
+      const uint8_t before = first ? uint8_t{sk_voidNothing} : dependent->m_visitVoid;
+      if (!first && (before | effect) == before) continue;
       dependent->m_visit = m_visit;
-      dependent->DropCaches();
-      NoteCallbacks(*dependent);
+      dependent->m_visitVoid = before | effect;
+      if (effect & sk_voidValue) dependent->DropValue();
+      if (effect & sk_voidAccess) dependent->DropAccess();
+      if (first) NoteCallbacks(*dependent);
       if (dependent != &start) m_work.push_back(dependent);
     }
   }
@@ -192,17 +202,18 @@ void NodeMap::Spread(Node& start) {
 }
 
 void NodeMap::NodeChanged(Node& node) {
-  Spread(node);
+  Spread(node, sk_voidValue);
 }
 
 void NodeMap::NodeInvalidated(Node& node) {
   // What the node reads through is void too, else the next read would find the old value there.
   Node* at = &node;
   for (int i = 0; i < sk_maxReadDepth && at != nullptr; ++i) {
-    at->DropCaches();
+    at->DropValue();
+    at->DropAccess();
     at = at->FirstLinked(Element::pValue);
   }
-  Spread(node);
+  Spread(node, sk_voidAll);
 }
 
 void NodeMap::RegisterWritten(Node& owner, PortNode& port, int64_t address, int64_t length) {
@@ -213,7 +224,8 @@ void NodeMap::InvalidateNodes() const {
   auto& self = const_cast<NodeMap&>(*this);
   WriteScope scope(self);
   for (Node* node : self.m_nodes) {
-    node->DropCaches();
+    node->DropValue();
+    node->DropAccess();
     self.NoteCallbacks(*node);
   }
   scope.Finish();

@@ -136,7 +136,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   gcstring Attribute(const char* pName) const;
   uint16_t VersionPart(const char* pName) const;
   [[noreturn]] void FailCircle(const Node& node) const;
-  void Spread(Node& start);
+  void Spread(Node& start, uint8_t what);
   PortNode* FindPort(const gcstring& name) const;
 
   mutable CLock m_ownLock;
@@ -149,7 +149,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   std::vector<PortNode*> m_ports;
   std::unordered_map<std::string_view, Node*> m_byName;
   std::vector<Link> m_links;
-  std::vector<Node*> m_dependents;
+  std::vector<Dependent> m_dependents;
   std::vector<Node*> m_pollers;
   std::vector<Node*> m_selectors;
   std::deque<std::string> m_texts;  // names made by the builder

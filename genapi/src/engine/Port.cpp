@@ -205,7 +205,7 @@ void PortNode::DropOverlapping(Node& owner, int64_t address, int64_t length) {
   }
   for (RegisterCore* core : m_long) check(core);
   for (RegisterCore* core : hit) {
-    core->Owner().DropCaches();
+    core->Owner().DropValue();
     m_map.NodeChanged(core->Owner());
   }
 }

@@ -175,7 +175,7 @@ void RegisterCore::Write(const uint8_t* pBuffer, int64_t length, bool verify) {
                  static_cast<long long>(length), static_cast<long long>(whole));
   }
   const int64_t address = Address(verify);
-  m_owner.DropCaches();
+  m_owner.DropValue();
   m_pPort->WriteBytes(m_owner, pBuffer, address, length);
   NodeMap& map = m_owner.Map();
   map.RegisterWritten(m_owner, *m_pPort, address, length);

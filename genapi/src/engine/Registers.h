@@ -98,8 +98,8 @@ class WithRegister : public Base, public IRegister {
     return m_core.Take(id, element, builder) || Base::Take(id, element, builder);
   }
   void Finish(Builder& builder) override { m_core.Finish(builder); }
-  void DropCaches() override {
-    Base::DropCaches();
+  void DropValue() override {
+    Base::DropValue();
     m_core.Drop();
   }
   RegisterCore& Core() { return m_core; }
