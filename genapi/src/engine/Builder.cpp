@@ -105,7 +105,7 @@ Node* Builder::Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_
   if (std::strcmp(element.attribute("NameSpace").value(), "Standard") == 0) {
     raw->m_nameSpace = Standard;
   }
-  if (!m_map.m_byName.emplace(name, raw).second) {
+  if (!m_map.m_byName.Add(name, raw->m_index)) {
     throw PROPERTY_EXCEPTION("Node '%s' (line %u): another node has the same name", raw->Name(),
                              line);
   }
@@ -113,6 +113,21 @@ Node* Builder::Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_
   node.release();
   return raw;
 }
+
+namespace {
+bool IsRegister(Element kind) {
+  switch (kind) {
+    case Element::IntReg:
+    case Element::MaskedIntReg:
+    case Element::FloatReg:
+    case Element::StringReg:
+    case Element::Register:
+      return true;
+    default:
+      return false;
+  }
+}
+}  // namespace
 
 void Builder::Create(pugi::xml_node element) {
   const Element kind = ElementByName(element.name());
@@ -128,6 +143,7 @@ void Builder::Create(pugi::xml_node element) {
   if (!node) return;  // elements that the language does not know are passed over
   Node* made = Add(std::move(node), element.attribute("Name").value(), element);
   if (kind == Element::Enumeration) CreateEntries(*made, element);
+  if (!IsRegister(kind)) return;
   // Formulas inside a register's address are nodes of their own.
   for (const auto child : element.children()) {
     if (std::strcmp(child.name(), "IntSwissKnife") != 0) continue;

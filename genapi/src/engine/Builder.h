@@ -3,6 +3,7 @@
 // Turns a parsed description into the nodes of a map, in time linear to its size. Lives only while
 // a map is loaded.
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/Document.h"

@@ -34,6 +34,7 @@ class NodeMap;
 class Node;
 class Builder;
 class ValueNode;
+class PortNode;
 
 // How a value is read.
 struct ReadMode {
@@ -169,6 +170,7 @@ class Node : public INode, public ISelector, public IUserData {
   std::span<const Link> Links() const;
   std::span<const Dependent> Dependents() const;
   virtual ValueNode* AsValue() { return nullptr; }
+  virtual PortNode* AsPort() { return nullptr; }
   Node* FirstLinked(Element role) const;
   bool HasCallbacks() const { return !m_callbacks.empty(); }
 

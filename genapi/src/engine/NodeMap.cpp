@@ -23,7 +23,7 @@ NodeMap::~NodeMap() {
 
 void NodeMap::ClearAllNodes() {
   ReadScope scope(*this);
-  m_byName.clear();
+  m_byName.Clear();
   m_links.clear();
   m_dependents.clear();
   m_pollers.clear();
@@ -51,15 +51,14 @@ void NodeMap::Load(std::shared_ptr<const Document> document, const gcstring& dev
     throw;
   }
   for (Node* node : m_nodes) {
-    if (auto* port = dynamic_cast<PortNode*>(node)) m_ports.push_back(port);
+    if (PortNode* port = node->AsPort()) m_ports.push_back(port);
   }
 }
 
 // ---- look-up ----
 
 Node* NodeMap::Find(std::string_view name) const {
-  const auto found = m_byName.find(name);
-  return found == m_byName.end() ? nullptr : found->second;
+  return m_byName.Find(name);
 }
 
 INode* NodeMap::GetNode(const gcstring& Name) const {
@@ -92,7 +91,8 @@ gcstring NodeMap::GetDeviceName() {
 }
 
 PortNode* NodeMap::FindPort(const gcstring& name) const {
-  return dynamic_cast<PortNode*>(Find(name.c_str()));
+  Node* node = Find(name.c_str());
+  return node ? node->AsPort() : nullptr;
 }
 
 bool NodeMap::Connect(IPort* pPort, const gcstring& PortName) const {

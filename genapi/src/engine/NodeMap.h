@@ -11,11 +11,12 @@
 
 #include <deque>
 #include <string>
-#include <unordered_map>
+
 #include <utility>
 #include <vector>
 
 #include "engine/Document.h"
+#include "engine/NameTable.h"
 #include "engine/Node.h"
 
 namespace OrvexGenApi {
@@ -147,7 +148,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   bool m_streaming = false;
   std::vector<Node*> m_nodes;  // owned
   std::vector<PortNode*> m_ports;
-  std::unordered_map<std::string_view, Node*> m_byName;
+  NameTable m_byName{m_nodes};
   std::vector<Link> m_links;
   std::vector<Dependent> m_dependents;
   std::vector<Node*> m_pollers;

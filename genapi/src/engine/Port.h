@@ -20,6 +20,7 @@ class PortNode final : public Node, public IPortConstruct, public IPortRecorder,
   using Node::Node;
   EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
   EAccessMode GetAccessMode() const override { return Node::GetAccessMode(); }
+  PortNode* AsPort() override { return this; }
 
   // IPort, IPortConstruct
   void Read(void* pBuffer, int64_t Address, int64_t Length) override;

@@ -61,7 +61,7 @@ bool RegisterCore::Take(Element id, pugi::xml_node element, Builder& builder) {
       }
       return true;
     case Element::pPort: {
-      m_pPort = dynamic_cast<PortNode*>(builder.Resolve(m_owner, element, id));
+      m_pPort = builder.Resolve(m_owner, element, id)->AsPort();
       if (m_pPort == nullptr) builder.Bad(m_owner, element, "is no port");
       return true;
     }

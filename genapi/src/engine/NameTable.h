@@ -1,0 +1,39 @@
+#pragma once
+// SPDX-License-Identifier: Apache-2.0
+// Node names to nodes: a flat hash table over the names that the nodes have themselves. Part of a
+// NodeMap.
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace OrvexGenApi {
+
+class Node;
+
+class NameTable {
+ public:
+  // Null when there is no such node.
+  Node* Find(std::string_view name) const;
+  // The node at this index, counted by the map, gets a name. False when the name is taken.
+  bool Add(std::string_view name, uint32_t index);
+  void Clear();
+
+  explicit NameTable(const std::vector<Node*>& nodes);
+
+ private:
+  struct Slot {
+    uint32_t hash;
+    uint32_t number;  // index plus one; 0 for a free slot
+  };
+  // Seeded, so that nobody can write a file whose names collide.
+  uint32_t Hash(std::string_view name) const;
+  void Grow();
+
+  const std::vector<Node*>& m_nodes;
+  std::vector<Slot> m_slots;
+  uint64_t m_seed;
+  uint32_t m_mask = 0;
+  uint32_t m_used = 0;
+};
+
+}  // namespace OrvexGenApi
