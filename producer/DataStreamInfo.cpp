@@ -121,8 +121,8 @@ void DataStream::AddSettings(FeatureTable& table, DataStream* self) {
   const char* reception = "StreamReceptionControl";
   const auto [getEngine, setEngine] = variable(&DataStream::m_engine);
   table.Add(Feature::Enumeration("StreamEngineMode",
-                                 {{"Automatic", 0}, {"Sockets", 1}, {"Offload", 2}}, getEngine,
-                                 setEngine)
+                                 {{"Automatic", 0}, {"Sockets", 1}, {"Offload", 2}, {"Ring", 3}},
+                                 getEngine, setEngine)
                 .In(reception)
                 .Expert()
                 .Tip("How packets are taken from the kernel; applies from the next start."));

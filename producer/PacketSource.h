@@ -38,6 +38,19 @@ std::unique_ptr<PacketSource> MakeSocketSource(const UdpSocket& socket, size_t p
 std::unique_ptr<PacketSource> MakeOffloadSource(
     const UdpSocket& socket);  // null where the kernel lacks it
 
+// Where a ring listens, and how long the camera's full datagrams are.
+struct RingPlace {
+  unsigned interfaceIndex = 0;
+  uint32_t hostIp = 0;
+  uint32_t deviceIp = 0;
+  size_t datagramBytes =
+      0;  // UDP payload; trains of several, as the sender's kernel builds them, are cut there
+};
+// Null without the permission or the kernel's support. While the source lives the socket itself
+// receives nothing.
+std::unique_ptr<PacketSource> MakeRingSource(const UdpSocket& socket, const RingPlace& place,
+                                             size_t bytes);
+
 // Sizes the socket's receive buffer, beyond the system's limit where this process may. Returns what
 // the kernel granted for packets (bytes as asked, without the kernel's own bookkeeping).
 size_t SetReceiveBuffer(const UdpSocket& socket, size_t bytes);

@@ -28,6 +28,7 @@ constexpr uint32_t sk_smallestPacketSize = 576;
 constexpr uint32_t sk_largestTriedPacketSize = 9000;
 constexpr auto sk_testPacketWait = 60ms;
 constexpr int sk_testPacketAttempts = 2;
+constexpr double sk_ringRate = 50e6;  // bytes per second
 constexpr auto sk_stopGrace = 200ms;
 
 uint32_t StreamReg(Reg::Stream which) {
@@ -144,10 +145,23 @@ void StreamReceiver::OpenChannel() {
   }
 }
 
+// On loopback the kernel hands over whole trains of packets, which no ring can beat. Elsewhere the
+// ring saves most of the work per packet, at the price of up to a millisecond, so that it is for
+// streams that have many.
 void StreamReceiver::PickEngine() {
-  if (m_settings.engine != Engine::Sockets) m_source = MakeOffloadSource(m_socket);
-  if (!m_source)
+  const HostInterface& host = m_device.Host();
+  const double rate = m_settings.frameRate * static_cast<double>(m_settings.frameBytes);
+  const bool ring = m_settings.engine == Engine::Ring || (m_settings.engine == Engine::Automatic &&
+                                                          !host.loopback && rate > sk_ringRate);
+  if (ring) {
+    const RingPlace place{host.index, host.ip, m_device.Record().ip,
+                          m_packetSize - Gev::sk_ipUdpOverhead};
+    m_source = MakeRingSource(m_socket, place, m_bufferWanted);
+  }
+  if (!m_source && m_settings.engine != Engine::Sockets) m_source = MakeOffloadSource(m_socket);
+  if (!m_source) {
     m_source = MakeSocketSource(m_socket, std::min(m_packetSize + 512, sk_maxPacketBytes));
+  }
   m_engine = m_source->Kind();
 }
 

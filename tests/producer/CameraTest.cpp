@@ -202,7 +202,7 @@ TEST_F(Streaming, APoolThatWasSetUpForResendsGoesRoundForever) {
 TEST_F(Streaming, EveryEngineDeliversTheSameFrames) {
   Open(6);
   std::set<int64_t> used;
-  for (const Engine engine : {Engine::Sockets, Engine::Offload}) {
+  for (const Engine engine : {Engine::Sockets, Engine::Offload, Engine::Ring}) {
     OpenCamera::SetNode(*camera->stream, "StreamEngineMode", static_cast<int64_t>(engine));
     Start();
     for (int i = 0; i < 10; ++i) {
@@ -217,7 +217,8 @@ TEST_F(Streaming, EveryEngineDeliversTheSameFrames) {
     camera->stream->Stop(ACQ_STOP_FLAGS_DEFAULT);
     camera->stream->Flush(ACQ_QUEUE_ALL_TO_INPUT);
   }
-  EXPECT_EQ(used.size(), 2u);
+  // The ring needs a permission; without it the next best engine steps in.
+  EXPECT_GE(used.size(), 2u);
 }
 
 TEST_F(Streaming, ALeaderIsReportedOnceAndAResetEndsTheWait) {
