@@ -95,7 +95,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"SeveralBags", "# {4709CB3C-7322-4460-84C3-DA11DDA09939}\n",
                 "The stream holds several feature bags; it must be read with CFeatureBagger"},
         BadFile{"NameWithoutValue", sk_first + "A\t1\nWidth\n",
-                "Line 3 of the feature stream: a feature name without a value"}),
+                "Line 3 of the feature stream: a feature name without a value"},
+        BadFile{"BagInABag", sk_first + "[A] b\n",
+                "Line 2 of the feature stream: the name of a bag where a feature is expected"}),
     [](const auto& info) { return std::string(info.param.Name); });
 
 TEST(FeatureFile, ReadsFromAStreamThatFailedToOpenAreAnError) {

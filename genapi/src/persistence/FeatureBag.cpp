@@ -219,7 +219,7 @@ class Loader {
 
   void SetSelectors(const FeatureEntry& entry) {
     for (const auto& [name, value] : entry.Selectors) {
-      const auto isKnown = [&](const auto& pair) { return pair.first == name; };
+      const auto isKnown = [&selector = name](const auto& pair) { return pair.first == selector; };
       if (std::none_of(m_selectors.begin(), m_selectors.end(), isKnown)) {
         IValue& selector = Find(name);
         if (IsReadable(&selector)) m_selectors.emplace_back(name, Std(selector.ToString()));

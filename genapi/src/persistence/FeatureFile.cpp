@@ -56,7 +56,7 @@ class LineReader {
       m_is.setstate(std::ios_base::eofbit);
       return false;
     }
-    if (!line.empty() && line.back() == '\r') line.pop_back();
+    while (!line.empty() && line.back() == '\r') line.pop_back();
     return true;
   }
 
@@ -99,6 +99,7 @@ FeatureEntry ParseEntry(const std::string& line, const LineReader& reader) {
   text.remove_prefix(std::min(text.find_first_not_of(sk_blanks), text.size()));
   const size_t gap = text.find_first_of(sk_blanks);
   if (gap == text.npos) reader.Fail("a feature name without a value");
+  if (text.front() == '[') reader.Fail("the name of a bag where a feature is expected");
   FeatureEntry entry;
   entry.Name = text.substr(0, gap);
   text.remove_prefix(gap + 1);
@@ -108,7 +109,8 @@ FeatureEntry ParseEntry(const std::string& line, const LineReader& reader) {
 }
 
 bool IsSkipped(std::string_view line) {
-  return line.starts_with('#') || Trim(line).empty();
+  line = Trim(line);
+  return line.empty() || line.front() == '#';
 }
 
 void AddEntry(FeatureBagContent& bag, const std::string& line, const LineReader& reader) {
