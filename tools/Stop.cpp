@@ -19,12 +19,17 @@ std::atomic<bool> g_stopRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 std::array<int, 2> g_wakePipe{-1, -1};
 
+// Safe in a signal handler.
+void WriteToPipe() noexcept {
+  const char byte = 0;
+  [[maybe_unused]] const ssize_t written = ::write(g_wakePipe[1], &byte, 1);
+}
+
 extern "C" void OnStopSignal(int signalNumber) {
   if (g_stopRequested && signalNumber == SIGINT) ::_exit(128 + SIGINT);
   g_stopRequested = true;
   const int error = errno;
-  const char byte = 0;
-  [[maybe_unused]] const ssize_t written = ::write(g_wakePipe[1], &byte, 1);
+  WriteToPipe();
   errno = error;
 }
 
@@ -45,9 +50,14 @@ bool StopRequested() noexcept {
   return g_stopRequested;
 }
 
-void WaitForStop() {
-  pollfd wake{g_wakePipe[0], POLLIN, 0};
-  while (!StopRequested()) ::poll(&wake, 1, -1);
+bool WaitForStop(const std::stop_token& done) {
+  const std::stop_callback wake(done, &WriteToPipe);
+  pollfd readable{g_wakePipe[0], POLLIN, 0};
+  while (!StopRequested() && !done.stop_requested()) ::poll(&readable, 1, -1);
+  // What another wait left in the pipe only makes the next one look once more.
+  char bytes[16];
+  while (!StopRequested() && ::read(g_wakePipe[0], bytes, sizeof bytes) > 0) continue;
+  return StopRequested();
 }
 
 }  // namespace OrvexTools

@@ -4,6 +4,8 @@
 // that every loop of a command looks at, so that the camera is released before the program ends. A
 // second Ctrl-C ends it at once.
 
+#include <stop_token>
+
 namespace OrvexTools {
 
 // Installs the handlers for the life of the process. Call once, before threads are started.
@@ -12,7 +14,8 @@ void InstallStopHandlers();
 // True once a stop was asked for. Any thread.
 bool StopRequested() noexcept;
 
-// Waits until a stop was asked for; returns without waiting when it already was.
-void WaitForStop();
+// Waits until a stop was asked for and returns true; returns false when `done` comes first. Neither
+// waits when it is already so. One thread at a time.
+bool WaitForStop(const std::stop_token& done = {});
 
 }  // namespace OrvexTools

@@ -17,6 +17,11 @@ using testing::Not;
 
 class CommandLine : public WithCameras {};
 
+std::string Content(const std::filesystem::path& name) {
+  std::ifstream file(name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 struct UsageCase {
   const char* name;
   std::vector<std::string> arguments;
@@ -238,6 +243,62 @@ TEST_F(CommandLine, LosingTheCameraEndsAStreamWithinFiveSecondsAndItIsFoundAgain
   m_pCameras.reset();
   StartCameras();
   EXPECT_THAT(Orvex({"list"}).out, HasSubstr(Serial()));
+}
+
+TEST_F(CommandLine, SettingsSavedAreBroughtBack) {
+  StartCameras();
+  ASSERT_EQ(Orvex({"set", Serial(), "Width", "640"}).code, 0);
+  EXPECT_GT(OrvexJson({"save", Serial(), "settings.txt"})["settings"], 5);
+  ASSERT_EQ(Orvex({"set", Serial(), "Width", "320"}).code, 0);
+  EXPECT_TRUE(OrvexJson({"load", Serial(), "settings.txt"})["differing"].empty());
+  EXPECT_EQ(Orvex({"get", Serial(), "Width"}).out, "640\n");
+  // What a camera does not take is named.
+  std::ofstream(m_folder / "settings.txt", std::ios::app) << "Width\t7\n";
+  EXPECT_THAT(Orvex({"load", Serial(), "settings.txt"}), FailsWith(1, "Width is 640, not 7"));
+  std::ofstream(m_folder / "other.txt") << "no settings\n";
+  EXPECT_THAT(Orvex({"load", Serial(), "other.txt"}), FailsWith(1, "magic"));
+}
+
+TEST_F(CommandLine, ConvertTurnsRawFramesIntoPictures) {
+  StartCameras();
+  ASSERT_EQ(Orvex({"grab", Serial(), "--format", "BayerRG12p", "-o", "a.raw"}).code, 0);
+  EXPECT_EQ(OrvexJson({"convert", "a.raw", "a.png"})["saved_as"], "RGB16");
+  EXPECT_EQ(OrvexJson({"convert", "a.raw", "b.tiff", "--to", "Mono16"})["saved_as"], "Mono16");
+  EXPECT_EQ(OrvexJson({"convert", "b.tiff", "c.raw", "--to", "Mono10p"})["bits_per_pixel"], 10);
+  EXPECT_THAT(Orvex({"convert", "b.tiff", "c.raw", "--to", "Mono11"}),
+              FailsWith(2, "no pixel format 'Mono11'"));
+  EXPECT_THAT(Orvex({"convert", "b.tiff", "c.raw", "--to", "BayerRG8"}),
+              FailsWith(1, "reverse bayer"));
+}
+
+TEST_F(CommandLine, ForceIpMovesACameraAndItAnswersThere) {
+  StartCameras();
+  const std::string mac = OrvexJson({"info", Serial()})["mac"];
+  const Result result = Orvex({"forceip", mac, "127.0.9.77", "--mask", "8"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(OrvexJson({"info", Serial()})["ip"], "127.0.9.77");
+  EXPECT_THAT(Orvex({"forceip", mac, "127.0.9.0", "--mask", "24"}),
+              FailsWith(2, "no address for a single camera"));
+}
+
+TEST_F(CommandLine, PicturesGoFromOneProcessToAnother) {
+  StartCameras();
+  ASSERT_EQ(Orvex({"set", Serial(), "Width", "64"}).code, 0);
+  ASSERT_EQ(Orvex({"set", Serial(), "Height", "32"}).code, 0);
+  ASSERT_EQ(Orvex({"grab", Serial(), "--format", "Mono16", "-o", "small.png"}).code, 0);
+  Process receiver(OrvexProgram(), {"receive", "--port", "39561", "-o", "b.png"}, m_folder);
+  // Datagrams to a port that nobody has opened yet are lost, so the sender tries until one has
+  // arrived.
+  for (int i = 0; i < 50 && receiver.Wait(Seconds(0.1)) < 0; ++i) {
+    ASSERT_EQ(Orvex({"send", "small.png", "--port", "39561"}).code, 0);
+  }
+  EXPECT_EQ(receiver.Wait(Seconds(1)), 0) << receiver.Err();
+  EXPECT_EQ(Content(m_folder / "b.png"), Content(m_folder / "small.png"));
+
+  Process waiting(OrvexProgram(), {"receive", "--port", "39562"}, m_folder);
+  EXPECT_EQ(waiting.Wait(Seconds(1)), -1);
+  waiting.Signal(SIGINT);
+  EXPECT_EQ(waiting.Wait(Seconds(5)), 1) << "Ctrl-C ends a wait without limit";
 }
 
 class Examples : public WithCameras {};
