@@ -21,6 +21,7 @@ constexpr uint32_t sk_archiveBlock =
     512;  // one register each, so that reads never copy the whole archive
 constexpr const char* sk_archiveName = "Orvex_VirtualCamera_1_0_0.zip";
 constexpr const char* sk_descriptionName = "Orvex_VirtualCamera_1_0_0.xml";
+constexpr auto sk_resetTime = std::chrono::milliseconds(300);
 constexpr uint64_t sk_macPrefix = 0x0256;  // locally administered
 
 }  // namespace
@@ -56,9 +57,11 @@ CameraCore::CameraCore(CameraOptions options)
   AddEventFeatures(m_features);
   m_eventNotification = &F("EventNotification");
   AddTransportFeatures();
+  AddSimulatorFeatures();
   m_features.Build(m_registers, sk_featureBase);
   BuildDescription();
   m_registers.Seal();
+  ApplySettings();
   m_userSets.assign(3, FeatureValues::Of(m_features.Features()));
 }
 
@@ -83,6 +86,8 @@ void CameraCore::BuildDescription() {
                      count,
                      [this, at, count](std::span<uint8_t> out) {
                        std::copy_n(&m_archive[at], count, out.begin());
+                       // The middle of the data: the archive still opens, its file does not.
+                       if (at != 0 && F("SimBrokenDescription").Bool()) out[0] ^= 0xFF;
                      },
                      {}});
   }
@@ -196,6 +201,17 @@ void CameraCore::ResetDevice() {
   stream = {};
   LoadUserSet(F("UserSetDefault").Int());
   m_epoch = Clock::now();
+  silentUntil = m_epoch + sk_resetTime;
+}
+
+void CameraCore::ApplySettings() {
+  for (const auto& [name, value] : m_options.settings) {
+    Feature* feature = m_features.Find(name);
+    if (feature == nullptr) throw std::invalid_argument("the camera has no feature '" + name + "'");
+    if (IsError(feature->SetFromText(value))) {
+      throw std::invalid_argument("'" + value + "' cannot be the start value of " + name);
+    }
+  }
 }
 
 }  // namespace OrvexSim

@@ -101,7 +101,9 @@ class CameraCore {
   StreamState stream;
   ActionState action;
   AcquisitionState acquisition;
-  Endpoint caller;  // who sent the command being handled
+  Clock::time_point silentUntil;        // neither hears nor says anything before
+  std::optional<uint32_t> nextAddress;  // the control thread is to move there
+  Endpoint caller;                      // who sent the command being handled
 
   // ---- device clock: nanoseconds; any thread ----
   uint64_t Now() const;
@@ -141,10 +143,12 @@ class CameraCore {
 
  private:
   void AddDeviceFeatures();      // CoreFeatures.cpp: identity, user sets, acquisition
+  void AddSimulatorFeatures();   // CoreFeatures.cpp
   void AddTransportFeatures();   // TransportFeatures.cpp
   void AddBootstrapRegisters();  // BootstrapRegisters.cpp
   void AddStreamRegisters();
   void BuildDescription();
+  void ApplySettings();
   Status WriteScps(uint32_t value);
 
   const CameraOptions m_options;

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace OrvexSim {
 
@@ -21,6 +23,8 @@ struct CameraOptions {
   uint64_t throughputLimit =
       400'000'000;          // bytes a second, start value of DeviceLinkThroughputLimit
   uint32_t framesKept = 8;  // for resends
+  // Start values of any features, by name, as texts: {"SimDropRate", "1"}.
+  std::vector<std::pair<std::string, std::string>> settings;
 };
 
 }  // namespace OrvexSim

@@ -92,6 +92,7 @@ void ControlServer::Run() {
     if ((polls[2].revents & POLLIN) != 0) Receive(polls[2].fd, true);
     if ((polls[3].revents & POLLIN) != 0) ReceiveEventAck();
     CheckHeartbeat();
+    ChangeAddress();
     RunScheduledActions();
     SendEvents();
   }
@@ -126,8 +127,10 @@ void ControlServer::Handle(std::span<const uint8_t> datagram, const Endpoint& fr
     return;
   }
   uint32_t delayMs = 0;
+  bool swallow = false;
   {
     const std::lock_guard lock(m_camera.Mutex());
+    if (Clock::now() < m_camera.silentUntil) return;
     ControlState& control = m_camera.control;
     const bool counts =
         header->command != Command::Discovery && header->command != Command::PacketResend;
@@ -140,6 +143,7 @@ void ControlServer::Handle(std::span<const uint8_t> datagram, const Endpoint& fr
     const bool owned = control.owner == from;
     Execute(*GigEVision::DecodeCommand(datagram), broadcast, reply);
     delayMs = m_camera.TakeAnswerDelay();
+    swallow = SwallowsAnswer(*GigEVision::DecodeCommand(datagram));
     if (counts && reply.size != 0 && (owned || control.owner == from)) {
       m_answered.from = from;
       m_answered.command.assign(datagram.begin(), datagram.end());
@@ -147,7 +151,7 @@ void ControlServer::Handle(std::span<const uint8_t> datagram, const Endpoint& fr
     }
   }
   if (delayMs != 0) AnswerLate(*header, delayMs, from);
-  if (reply.size != 0 && header->AckRequired()) Send(reply, from);
+  if (reply.size != 0 && header->AckRequired() && !swallow) Send(reply, from);
 }
 
 // Asks for time where the host allows it, then lets it pass.
@@ -186,6 +190,38 @@ bool ControlServer::MayRead() const {
 bool ControlServer::MayWrite(uint32_t address) const {
   return address == B::sk_ccp ||
          (m_camera.control.owner && *m_camera.control.owner == m_camera.caller);
+}
+
+Status ControlServer::Probe(uint32_t address) {
+  const int64_t at = address;
+  if (address != 0 && m_camera.F("SimDenyAddress").Int() == at) return Status::AccessDenied;
+  if (address != 0 && m_camera.F("SimSlowAddress").Int() == at) {
+    m_camera.DelayAnswer(static_cast<uint32_t>(m_camera.F("SimSlowTime").Int()));
+  }
+  return Status::Success;
+}
+
+bool ControlServer::SwallowsAnswer(const CommandPacket& packet) {
+  FaultSettings draws;
+  draws.seed = static_cast<uint64_t>(m_camera.F("SimSeed").Int());
+  if (FaultDice(draws, ++m_commands).Hit(m_camera.F("SimDropAckRate").Real() / 100)) return true;
+  if (packet.header.command != Command::ReadReg || !m_camera.F("SimIgnoreHeartbeat").Bool())
+    return false;
+  return packet.payload.size() == 4 && GigEVision::LoadBe32(packet.payload.data()) == B::sk_ccp;
+}
+
+// Called with the camera's lock held.
+void ControlServer::MoveTo(uint32_t ip) {
+  NetworkState& network = m_camera.network;
+  const NetworkState before = network;
+  try {
+    FindInterface(ip, network);
+    if (network.ip == before.ip) return;
+    OpenSockets();
+    m_streamer.Rebind(ip);
+  } catch (const std::exception&) {
+    network = before;  // an address that this machine does not have: the camera stays where it is
+  }
 }
 
 void ControlServer::Execute(const CommandPacket& packet, bool broadcast, Reply& reply) {
@@ -231,16 +267,10 @@ void ControlServer::ForceIp(const CommandPacket& packet, Reply& reply) {
   if (!force || force->mac != network.mac || m_camera.control.owner) return;
   if (force->ip == 0)
     return;  // restart of the address configuration: it would choose the same address again
-  const NetworkState before = network;
-  try {
-    FindInterface(force->ip, network);
-    network.mask = force->subnetMask;
-    network.gateway = force->gateway;
-    if (network.ip != before.ip) OpenSockets();
-  } catch (const std::exception&) {
-    network = before;  // an address that this machine does not have: the camera stays where it is
-    return;
-  }
+  MoveTo(force->ip);
+  if (network.ip != force->ip) return;
+  network.mask = force->subnetMask;
+  network.gateway = force->gateway;
   reply.size = EncodeAck(reply.bytes, Status::Success, Ack::ForceIp, packet.header.requestId);
 }
 
@@ -255,8 +285,8 @@ void ControlServer::ReadReg(const CommandPacket& packet, Reply& reply) {
   std::array<uint32_t, GigEVision::sk_maxReadRegs> values;
   for (size_t i = 0; i < addresses->size(); ++i) {
     const uint32_t address = (*addresses)[i];
-    const Status status =
-        Aligned(address) ? m_camera.Registers().ReadWord(address, values[i]) : Status::BadAlignment;
+    Status status = Aligned(address) ? Probe(address) : Status::BadAlignment;
+    if (!IsError(status)) status = m_camera.Registers().ReadWord(address, values[i]);
     if (IsError(status)) return finish(status, {values.data(), i});
   }
   finish(Status::Success, {values.data(), addresses->size()});
@@ -275,8 +305,8 @@ void ControlServer::WriteReg(const CommandPacket& packet, Reply& reply) {
     const auto [address, value] = (*writes)[i];
     Status status = Status::BadAlignment;
     if (Aligned(address)) {
-      status =
-          MayWrite(address) ? m_camera.Registers().WriteWord(address, value) : Status::AccessDenied;
+      status = MayWrite(address) ? Probe(address) : Status::AccessDenied;
+      if (!IsError(status)) status = m_camera.Registers().WriteWord(address, value);
     }
     if (IsError(status)) return finish(status, i);
   }
@@ -292,7 +322,10 @@ void ControlServer::ReadMem(const CommandPacket& packet, Reply& reply) {
   } else if (read && !MayRead()) {
     status = Status::AccessDenied;
   } else if (read && read->count > 0 && read->count <= bytes.size()) {
-    status = m_camera.Registers().ReadBytes(read->address, {bytes.data(), read->count});
+    status = Probe(read->address);
+    if (!IsError(status)) {
+      status = m_camera.Registers().ReadBytes(read->address, {bytes.data(), read->count});
+    }
   }
   if (IsError(status)) {
     reply.size = EncodeAck(reply.bytes, status, Ack::ReadMem, packet.header.requestId);
@@ -309,9 +342,12 @@ void ControlServer::WriteMem(const CommandPacket& packet, Reply& reply) {
   if (write && (!Aligned(write->address) || write->data.size() % 4 != 0)) {
     status = Status::BadAlignment;
   } else if (write && !write->data.empty() && write->data.size() <= GigEVision::sk_maxMemBytes) {
-    status = MayWrite(write->address) && (write->address != B::sk_ccp || write->data.size() == 4)
-                 ? m_camera.Registers().WriteBytes(write->address, write->data, written)
-                 : Status::AccessDenied;
+    const bool allowed =
+        MayWrite(write->address) && (write->address != B::sk_ccp || write->data.size() == 4);
+    status = allowed ? Probe(write->address) : Status::AccessDenied;
+    if (!IsError(status)) {
+      status = m_camera.Registers().WriteBytes(write->address, write->data, written);
+    }
   }
   reply.size = EncodeIndexAck(reply.bytes, status, Ack::WriteMem, packet.header.requestId,
                               static_cast<uint16_t>(written));
@@ -330,7 +366,8 @@ void ControlServer::Resend(const CommandPacket& packet) {
   route.destination =
       toSender ? m_camera.caller : Endpoint{stream.address, static_cast<uint16_t>(stream.port)};
   if (route.destination.port == 0) return;
-  m_streamer.Resend(*request, route, (control.gvcpConfiguration & B::sk_cfgExtendedStatus11) != 0);
+  m_streamer.Resend(*request, route, (control.gvcpConfiguration & B::sk_cfgExtendedStatus11) != 0,
+                    TakeFaults(m_camera.Features()));
 }
 
 void ControlServer::Action(const CommandPacket& packet, Reply& reply) {
@@ -381,6 +418,13 @@ void ControlServer::RunScheduledActions() {
     FireAction(action.signals);
     return true;
   });
+}
+
+void ControlServer::ChangeAddress() {
+  const std::lock_guard lock(m_camera.Mutex());
+  if (!m_camera.nextAddress) return;
+  m_camera.CloseControl();
+  MoveTo(*std::exchange(m_camera.nextAddress, std::nullopt));
 }
 
 void ControlServer::CheckHeartbeat() {

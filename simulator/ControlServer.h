@@ -50,12 +50,17 @@ class ControlServer {
   void Resend(const GigEVision::CommandPacket& packet);
   void Action(const GigEVision::CommandPacket& packet, Reply& reply);
   bool MayRead() const;
+  // Faults that the address is to have.
+  Status Probe(uint32_t address);
+  bool SwallowsAnswer(const GigEVision::CommandPacket& packet);
+  void MoveTo(uint32_t ip);
   bool MayWrite(uint32_t address) const;
   void Send(const Reply& reply, const Endpoint& to);
   void AnswerLate(const GigEVision::CommandHeader& header, uint32_t delayMs, const Endpoint& to);
 
   int NextTimeoutMs();
   void CheckHeartbeat();
+  void ChangeAddress();
   void RunScheduledActions();
   void FireAction(uint32_t signals);
   void SendEvents();
@@ -75,6 +80,7 @@ class ControlServer {
   };
   std::vector<ScheduledAction> m_actions;
   uint16_t m_eventId = 0;
+  uint64_t m_commands = 0;  // draws of lost answers
   struct PendingEvent {
     Buffer bytes;
     size_t size = 0;

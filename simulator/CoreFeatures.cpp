@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "simulator/CameraCore.h"
+#include "simulator/Faults.h"
 
 namespace OrvexSim {
 namespace {
@@ -200,7 +201,7 @@ void CameraCore::AddDeviceFeatures() {
       .Then([this] { m_changed.notify_all(); })
       .Docu("Whether each frame waits for a trigger.");
   t.Enumeration("TriggerSource",
-                {{"Software", 0}, {"Timer0End", 1}, {"Action0", 2}, {"Action1", 3}, {"Line0", 4}})
+                {{"Software", 0}, {"Timer0End", 1}, {"Action0", 2}, {"Action1", 3}})
       .Docu("Where triggers come from.");
   t.Command("TriggerSoftware")
       .AvailableIf([this] { return F("TriggerMode").Bool() && F("TriggerSource").Int() == 0; })
@@ -214,6 +215,18 @@ void CameraCore::AddDeviceFeatures() {
       .RealRange(1, 1e6)
       .DefaultReal(2000)
       .Docu("Length of the exposure.");
+
+  t.Category("CounterAndTimerControl", "Timers.");
+  t.Enumeration("TimerSelector", {{"Timer0", 0}})
+      .Expert()
+      .Selects({"TimerDuration"})
+      .Docu("Timer that is set.");
+  t.Float("TimerDuration")
+      .Expert()
+      .Unit("us")
+      .RealRange(100, 1e8)
+      .DefaultReal(100000)
+      .Docu("The timer runs again and again; its end can trigger frames.");
 
   t.Category("TestControl", "Checks of the connection.");
   t.Integer("TestPendingAck")
@@ -250,6 +263,46 @@ void CameraCore::AddDeviceFeatures() {
       .OnSet([this](int64_t, size_t) { return SaveUserSet(F("UserSetSelector").Int()); })
       .Docu("Keeps the present values in the selected set; Default cannot be changed.");
   t.Enumeration("UserSetDefault", sets).Transient().Docu("User set that counts after a reset.");
+}
+
+void CameraCore::AddSimulatorFeatures() {
+  AddFaultFeatures(m_features);
+  FeatureTable& t = m_features;
+  t.Integer("SimSilenceTime")
+      .Custom()
+      .Expert()
+      .Unit("ms")
+      .Range(1, 3'600'000)
+      .Default(5000)
+      .Docu("How long SimGoSilent lasts.");
+  t.Command("SimGoSilent")
+      .Custom()
+      .Expert()
+      .OnSet([this](int64_t, size_t) {
+        silentUntil = Clock::now() + std::chrono::milliseconds(F("SimSilenceTime").Int());
+        return Status::Success;
+      })
+      .Docu(
+          "From now on the camera neither hears nor sends anything for a while, as with a pulled "
+          "cable.");
+  t.Integer("SimNextAddress")
+      .Custom()
+      .Expert()
+      .Representation("IPV4Address")
+      .Range(0, 0xFFFFFFFF)
+      .Transient()
+      .Docu("Address that SimChangeAddress moves to.");
+  t.Command("SimChangeAddress")
+      .Custom()
+      .Expert()
+      .OnSet([this](int64_t, size_t) {
+        nextAddress = static_cast<uint32_t>(F("SimNextAddress").Int());
+        if (wakeControl) wakeControl();
+        return Status::Success;
+      })
+      .Docu(
+          "Moves the camera to another address, as a new lease of a DHCP server does; whoever "
+          "controls it loses it.");
 }
 
 }  // namespace OrvexSim

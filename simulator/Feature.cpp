@@ -201,6 +201,30 @@ Status Feature::SetText(const std::string& value) {
   return Status::Success;
 }
 
+Status Feature::SetFromText(const std::string& text) {
+  if (m_kind == Kind::String) return SetText(text);
+  if (m_kind == Kind::Enumeration) {
+    for (const EnumEntry& entry : m_entries) {
+      if (entry.name == text) return SetInt(entry.value);
+    }
+    return Status::InvalidParameter;
+  }
+  if (m_kind == Kind::Boolean && (text == "true" || text == "false"))
+    return SetInt(text == "true" ? 1 : 0);
+  if (m_kind == Kind::Command) return SetInt(1);
+  try {
+    size_t used = 0;
+    if (m_kind == Kind::Float) {
+      const double value = std::stod(text, &used);
+      return used == text.size() ? SetReal(value) : Status::InvalidParameter;
+    }
+    const int64_t value = std::stoll(text, &used, 0);
+    return used == text.size() ? SetInt(value) : Status::InvalidParameter;
+  } catch (const std::exception&) {
+    return Status::InvalidParameter;  // no number, or one out of all range
+  }
+}
+
 uint32_t Feature::RegisterLength() const {
   switch (m_kind) {
     case Kind::Float:

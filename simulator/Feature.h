@@ -89,6 +89,8 @@ class Feature {
   Status SetInt(int64_t value, size_t index = 0);
   Status SetReal(double value, size_t index = 0);
   Status SetText(const std::string& value);
+  // A number, the name of an entry, true or false, or text, as the kind asks; commands ignore it.
+  Status SetFromText(const std::string& text);
   // Without checks, for the camera itself.
   void Force(int64_t value, size_t index = 0) { m_ints[index] = value; }
   void ForceReal(double value, size_t index = 0) { m_reals[index] = value; }

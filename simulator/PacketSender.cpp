@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -71,6 +72,14 @@ Packet MakePacket(const Frame& frame, uint32_t packetId, Status status, bool res
 PacketSender::PacketSender(uint32_t ip, uint32_t mtu, uint32_t pathLimit)
     : m_fd(BindUdp(ip, 0, false)), m_mtu(mtu), m_pathLimit(pathLimit) {
   ::setsockopt(m_fd.Get(), SOL_SOCKET, SO_SNDBUF, &sk_sendBuffer, sizeof sk_sendBuffer);
+}
+
+void PacketSender::Rebind(uint32_t ip) {
+  const UniqueFd fresh = BindUdp(ip, 0, false);
+  ::setsockopt(fresh.Get(), SOL_SOCKET, SO_SNDBUF, &sk_sendBuffer, sizeof sk_sendBuffer);
+  // Replaced under its number, because the streaming thread may be sending the rest of a frame.
+  ::dup2(fresh.Get(), m_fd.Get());
+  m_doNotFragment = -1;
 }
 
 void PacketSender::SetDoNotFragment(bool on) {
@@ -161,6 +170,62 @@ void PacketSender::SendFrame(Frame& frame, const Route& route, const std::atomic
   Wait(route, next);
   SendPacket(frame, frame.TrailerId(), route, Status::Success, false);
   frame.sentPackets.store(frame.TrailerId() + 1, std::memory_order_release);
+}
+
+void PacketSender::SendFaulty(Frame& frame, const Route& route, const FaultSettings& faults,
+                              const std::atomic<bool>& stop) {
+  SetDoNotFragment(route.doNotFragment);
+  FaultDice dice(faults, frame.blockId);
+  struct Held {
+    uint32_t packet, after;  // goes out once this many packets have overtaken it
+  };
+  std::vector<Held> held;
+  const auto send = [&](uint32_t packet) {
+    if (dice.Hit(faults.corrupt)) {
+      SendCorrupt(frame, packet, route, dice);
+    } else {
+      SendPacket(frame, packet, route, Status::Success, false);
+    }
+    if (dice.Hit(faults.duplicate)) SendPacket(frame, packet, route, Status::Success, false);
+  };
+  Clock::time_point next = Clock::now();
+  const uint32_t trailer = frame.TrailerId();
+  for (uint32_t packet = 0; packet <= trailer && !stop.load(std::memory_order_relaxed); ++packet) {
+    Wait(route, next);
+    const bool lost = packet == 0         ? dice.Hit(faults.loseLeader) || dice.Drops(0)
+                      : packet == trailer ? dice.Hit(faults.loseTrailer)
+                                          : dice.Drops(packet);
+    if (packet != 0 && packet != trailer && dice.Hit(faults.delay))
+      next += std::chrono::microseconds(faults.delayUs);
+    if (!lost && packet != 0 && packet != trailer && dice.Hit(faults.reorder)) {
+      held.push_back({packet, faults.reorderDistance});
+    } else if (!lost) {
+      send(packet);
+    }
+    for (Held& late : held) {
+      if (late.packet != packet && --late.after == 0) send(late.packet);
+    }
+    std::erase_if(held, [](const Held& late) { return late.after == 0; });
+    frame.sentPackets.store(packet + 1, std::memory_order_release);
+    uint64_t nanoseconds = route.packetDelayNs;
+    if (route.bytesPerSecond != 0) {
+      nanoseconds = std::max<uint64_t>(
+          nanoseconds, uint64_t{route.packetSize} * 1'000'000'000 / route.bytesPerSecond);
+    }
+    next += std::chrono::nanoseconds(nanoseconds);
+  }
+  for (const Held& late : held) send(late.packet);
+}
+
+void PacketSender::SendCorrupt(const Frame& frame, uint32_t packetId, const Route& route,
+                               FaultDice& dice) {
+  const Packet packet = MakePacket(frame, packetId, Status::Success, false);
+  std::vector<uint8_t> bytes(packet.header, packet.header + packet.headerSize);
+  bytes.insert(bytes.end(), packet.content, packet.content + packet.contentSize);
+  bytes[dice.Below(static_cast<uint32_t>(bytes.size()))] ^= 0x5A;
+  const sockaddr_in to = SocketAddress(route.destination.ip, route.destination.port);
+  ::sendto(m_fd.Get(), bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&to),
+           sizeof to);
 }
 
 void PacketSender::SendPacket(const Frame& frame, uint32_t packetId, const Route& route,

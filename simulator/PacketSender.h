@@ -7,6 +7,7 @@
 
 #include <atomic>
 
+#include "simulator/Faults.h"
 #include "simulator/Network.h"
 
 namespace OrvexSim {
@@ -27,9 +28,13 @@ class PacketSender {
   PacketSender(uint32_t ip, uint32_t mtu, uint32_t pathLimit);
 
   uint16_t Port() const { return LocalPort(m_fd.Get()); }
+  void Rebind(uint32_t ip);  // throws std::system_error; the port changes
 
   // Leader, data and trailer, paced. Gives up between packets when `stop` becomes true.
   void SendFrame(Frame& frame, const Route& route, const std::atomic<bool>& stop);
+  // The same packet by packet, with faults.
+  void SendFaulty(Frame& frame, const Route& route, const FaultSettings& faults,
+                  const std::atomic<bool>& stop);
   // One packet of the frame; `resent` marks it as the answer to a request, `status` goes into a
   // standard header.
   void SendPacket(const Frame& frame, uint32_t packetId, const Route& route, Status status,
@@ -42,6 +47,7 @@ class PacketSender {
 
  private:
   void SetDoNotFragment(bool on);
+  void SendCorrupt(const Frame& frame, uint32_t packetId, const Route& route, FaultDice& dice);
   size_t SendRun(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   bool SendSegmented(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   void Wait(const Route& route, Clock::time_point& next);

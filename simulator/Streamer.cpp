@@ -14,6 +14,7 @@ using GigEVision::PayloadType;
 
 namespace {
 
+constexpr int64_t sk_timerSource = 1;     // Timer0End of TriggerSource
 constexpr uint32_t sk_maxRefusals = 256;  // header-only answers to one request
 
 Clock::duration Microseconds(double us) {
@@ -76,7 +77,9 @@ Clock::duration Streamer::Period(const Route& route) const {
         static_cast<double>(m_camera.PayloadSize()) / static_cast<double>(route.bytesPerSecond);
     period = std::max(period, Microseconds(seconds * 1e6));
   }
-  if (m_camera.F("AcquisitionFrameRateEnable").Bool()) {
+  if (m_camera.F("TriggerMode").Bool() && m_camera.F("TriggerSource").Int() == sk_timerSource) {
+    period = std::max(period, Microseconds(m_camera.F("TimerDuration").Real()));
+  } else if (m_camera.F("AcquisitionFrameRateEnable").Bool()) {
     period = std::max(period, Microseconds(1e6 / m_camera.F("AcquisitionFrameRate").Real()));
   }
   return period;
@@ -97,7 +100,7 @@ bool Streamer::WaitForFrame(std::unique_lock<std::mutex>& lock) {
       m_frameNumber = 0;
       m_nextStart = Clock::now();
     }
-    if (m_camera.F("TriggerMode").Bool()) {
+    if (m_camera.F("TriggerMode").Bool() && m_camera.F("TriggerSource").Int() != sk_timerSource) {
       if (acquisition.triggers.empty()) {
         m_camera.Changed().wait(lock);
         continue;
@@ -112,7 +115,7 @@ bool Streamer::WaitForFrame(std::unique_lock<std::mutex>& lock) {
       m_camera.Changed().wait_until(lock, m_start);
       continue;
     }
-    if (m_camera.F("TriggerMode").Bool()) acquisition.triggers.pop_front();
+    if (!acquisition.triggers.empty()) acquisition.triggers.pop_front();
     return true;
   }
 }
@@ -153,6 +156,7 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   m_nextStart = std::max(m_start + period, Clock::now() - period);
   m_camera.TheModel().TakeSettings();
   const ChunkPlan chunks = m_camera.TakeChunks();
+  const FaultSettings faults = TakeFaults(m_camera.Features());
   m_blockId = GigEVision::NextBlockId(m_blockId, extendedIds);
   const uint64_t timestamp = m_camera.ToDeviceTime(m_start);
   m_camera.Notify(EventKind::ExposureStart, m_blockId, timestamp);
@@ -179,9 +183,14 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   if (over()) return;
   m_camera.Notify(EventKind::ExposureEnd, frame.blockId, m_camera.ToDeviceTime(exposed));
   m_camera.Notify(EventKind::FrameStart, frame.blockId, m_camera.Now());
-  const bool open = route.destination.port != 0 && m_camera.stream.port == route.destination.port;
+  const bool open = route.destination.port != 0 && m_camera.stream.port == route.destination.port &&
+                    Clock::now() >= m_camera.silentUntil;
   lock.unlock();
-  if (open) m_sender.SendFrame(frame, route, m_stop);
+  if (open && faults.AnyOnSending()) {
+    m_sender.SendFaulty(frame, route, faults, m_stop);
+  } else if (open) {
+    m_sender.SendFrame(frame, route, m_stop);
+  }
   lock.lock();
   m_camera.Notify(EventKind::FrameEnd, frame.blockId, m_camera.Now());
   if (m_camera.acquisition.session == session) FinishFrame();
@@ -194,12 +203,13 @@ void Streamer::FinishFrame() {
 }
 
 void Streamer::Resend(const GigEVision::PacketResend& request, const Route& route,
-                      bool extendedStatus) {
+                      bool extendedStatus, const FaultSettings& faults) {
+  FaultDice dice(faults, ++m_resends);
   const std::lock_guard lock(m_ringMutex);
   const auto it = std::find_if(m_ring.begin(), m_ring.end(), [&](const auto& frame) {
     return frame->blockId == request.blockId;
   });
-  if (it == m_ring.end()) {
+  if (it == m_ring.end() || faults.refuseResends) {
     const Status status =
         extendedStatus ? Status::PacketAndPreviousRemoved : Status::PacketUnavailable;
     const bool toEnd = request.lastPacket == GigEVision::sk_toLastPacketExtended;
@@ -232,7 +242,7 @@ void Streamer::Resend(const GigEVision::PacketResend& request, const Route& rout
       }
       break;
     }
-    m_sender.SendPacket(frame, packet, route, status, true);
+    if (!dice.Hit(faults.dropResent)) m_sender.SendPacket(frame, packet, route, status, true);
   }
 }
 

@@ -19,13 +19,15 @@ class Streamer {
   void Start();
   void Stop();
   uint16_t Port() const { return m_sender.Port(); }
+  void Rebind(uint32_t ip) { m_sender.Rebind(ip); }
   bool SendTest(uint32_t size, const Endpoint& destination) {
     return m_sender.SendTest(size, destination);
   }
 
   // Sends packets again, or says that they cannot be. `extendedStatus`: the host has enabled the
   // finer status codes.
-  void Resend(const GigEVision::PacketResend& request, const Route& route, bool extendedStatus);
+  void Resend(const GigEVision::PacketResend& request, const Route& route, bool extendedStatus,
+              const FaultSettings& faults);
 
  private:
   void Run();
@@ -48,6 +50,8 @@ class Streamer {
   Clock::time_point m_start;  // of the frame's exposure
   Clock::time_point m_nextStart;
   size_t m_slot = 0;
+
+  uint64_t m_resends = 0;  // control thread only: draws of lost resends
 
   std::mutex m_ringMutex;  // guards which frames the ring holds; taken after nothing, nothing is
                            // taken inside
