@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 #include "PixelFormat.h"
 
@@ -35,38 +36,53 @@ bool SharesWidth(uint64_t pixelFormat) {
   return GetBitsPerPixel(pixelFormat) <= GetBitsPerPixel(row.output) && row.channels != 0;
 }
 
+// A block of samples as LSB-aligned values of one byte or one word each.
+template <Packing packing, class Work>
+void ForValues(const uint8_t* pData, size_t dataSize, size_t samples, Work&& work) {
+  constexpr size_t sk_valueBytes = packing == Packing::U8 ? 1 : 2;
+  ForSamples<packing>(pData, dataSize, samples, samples * (2 + sk_valueBytes),
+                      [&](const uint8_t* p, size_t first, size_t count) {
+                        if constexpr (packing == Packing::U8) {
+                          work(p, first, count);
+                        } else {
+                          alignas(64) uint16_t words[sk_blockSamples];
+                          std::memcpy(words, p, count * 2);
+                          if constexpr (IsPacked(packing)) {
+                            SampleKernels::ShiftWords(words, count, ZeroBits(packing));
+                          }
+                          work(words, first, count);
+                        }
+                      });
+}
+
 // Sample i belongs to channel i mod channels; each channel's samples go on from pOut + channel *
 // plane. Positions are in samples.
 template <Packing packing, size_t channels>
 void Separate(const uint8_t* pData, size_t dataSize, size_t samples, uint8_t* pOut, size_t plane) {
-  using Value = SampleValue<packing>;
-  ForSamples<packing>(pData, dataSize, samples, samples * (2 + sizeof(Value)),
-                      [=](const Value* pValues, size_t first, size_t count) {
-                        Value line[sk_blockSamples / channels];
-                        const size_t each = count / channels;
-                        for (size_t c = 0; c < channels; ++c) {
-                          for (size_t i = 0; i < each; ++i) line[i] = pValues[i * channels + c];
-                          // The caller's buffer may lie anywhere.
-                          std::memcpy(pOut + (c * plane + first / channels) * sizeof(Value), line,
-                                      each * sizeof(Value));
-                        }
-                      });
+  ForValues<packing>(pData, dataSize, samples,
+                     [=](const auto* pValues, size_t first, size_t count) {
+                       uint8_t* const pBlock = pOut + first / channels * sizeof *pValues;
+                       if constexpr (sizeof *pValues == 1) {
+                         SampleKernels::SeparateBytes(pValues, count, channels, pBlock, plane);
+                       } else {
+                         SampleKernels::SeparateWords(pValues, count, channels, pBlock, plane);
+                       }
+                     });
 }
 
 // Lines that do not divide: their last samples belong to no plane.
 template <Packing packing, size_t channels>
 void SeparateRagged(const uint8_t* pData, size_t dataSize, size_t width, size_t height,
                     uint8_t* pOut) {
-  using Value = SampleValue<packing>;
   const size_t each = width / channels, plane = each * height;
-  ForSamples<packing>(
-      pData, dataSize, width * height, width * height * (2 + sizeof(Value)),
-      [=](const Value* pValues, size_t first, size_t count) {
+  ForValues<packing>(
+      pData, dataSize, width * height, [=](const auto* pValues, size_t first, size_t count) {
+        constexpr size_t sk_size = sizeof *pValues;
         for (size_t i = 0; i < count; ++i) {
           const size_t x = (first + i) % width, y = (first + i) / width;
           if (x >= each * channels) continue;
-          std::memcpy(pOut + (x % channels * plane + y * each + x / channels) * sizeof(Value),
-                      pValues + i, sizeof(Value));
+          std::memcpy(pOut + (x % channels * plane + y * each + x / channels) * sk_size,
+                      pValues + i, sk_size);
         }
       });
 }

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/ImageFactorySelectBits.h"
 
+#include <cstring>
 #include <string>
 
 #include "Orvex/Check.h"
 #include "Orvex/PixelFormatName.h"
+#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 
 namespace Orvex {
@@ -41,12 +43,38 @@ SelectBitsRow RowOf(uint64_t pixelFormat) {
 }
 
 template <Packing packing>
+void KeepTopBits(IImage* pSrc, uint8_t* pOut, size_t samples) {
+  const uint8_t* const pIn = pSrc->GetData();
+  const size_t inSize = pSrc->GetSizeOfBuffer();
+  ForSampleBlocks(samples, samples * 3, [=](size_t first, size_t count) {
+    alignas(64) uint8_t padded[SampleBytes(packing, sk_blockSamples)];
+    Primitives::FindDepthKernel(packing, Packing::U8)(
+        BlockBytes<packing>(pIn, inSize, first, count, padded), pOut + first,
+        static_cast<uint32_t>(count), 1);
+  });
+}
+
+template <Packing packing>
 void Select(IImage* pSrc, Image* pDst, size_t samples, unsigned lowestBit) {
   uint8_t* const pOut = FrameCells::WritableData(pDst);
+  if constexpr (packing == Packing::U10p || packing == Packing::U12p) {
+    // The top bits, which are asked for most, need no words in between.
+    if (lowestBit + 8 == BitsOf(packing)) return KeepTopBits<packing>(pSrc, pOut, samples);
+  }
   ForSamples<packing>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), samples, samples * 3,
-                      [=](const SampleValue<packing>* pValues, size_t first, size_t count) {
-                        for (size_t i = 0; i < count; ++i) {
-                          pOut[first + i] = static_cast<uint8_t>(pValues[i] >> lowestBit);
+                      [=](const uint8_t* p, size_t first, size_t count) {
+                        uint8_t* const pBlock = pOut + first;
+                        if constexpr (packing == Packing::U8) {
+                          std::memcpy(pBlock, p, count);  // there is no other choice of bits
+                        } else if constexpr (packing != Packing::U24) {
+                          SampleKernels::NarrowWords(p, count, lowestBit + ZeroBits(packing),
+                                                     pBlock);
+                        } else if (lowestBit % 8 == 0) {
+                          SampleKernels::PickOfThree(p, count, lowestBit / 8, pBlock);
+                        } else {
+                          for (size_t i = 0; i < count; ++i) {
+                            pBlock[i] = static_cast<uint8_t>(Load24(p + 3 * i) >> lowestBit);
+                          }
                         }
                       });
 }

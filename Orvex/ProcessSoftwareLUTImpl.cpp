@@ -10,6 +10,7 @@
 #include "Orvex/Check.h"
 #include "Orvex/ImageFactoryInternal.h"
 #include "Orvex/PixelFormatName.h"
+#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 
 namespace Orvex {
@@ -45,33 +46,52 @@ constexpr size_t EntryBytes(Packing packing) {
   return packing == Packing::U8 ? 1 : packing == Packing::U24 ? 3 : 2;
 }
 
-template <Packing packing>
-SampleValue<packing> Entry(const uint8_t* pTable, uint32_t sample) {
-  if constexpr (packing == Packing::U8) {
-    return pTable[sample];
-  } else if constexpr (packing == Packing::U24) {
-    const uint8_t* const pEntry = pTable + size_t{3} * sample;
-    return uint32_t{pEntry[0]} | uint32_t{pEntry[1]} << 8 | uint32_t{pEntry[2]} << 16;
-  } else {
-    uint16_t entry;
-    std::memcpy(&entry, pTable + size_t{2} * sample, sizeof entry);
-    return entry;
-  }
-}
-
-template <Packing packing>
-void LookUp(const uint8_t* pTables, size_t tableBytes, ChannelPattern pattern,
-            SampleValue<packing>* pValues, size_t count) {
-  // Unpacked words may hold more than their significant bits; the table ends with those. An entry
-  // of a packed format has no room for more.
-  constexpr uint32_t sk_mask = (uint32_t{1} << BitsOf(packing)) - 1;
-  constexpr uint32_t sk_entryMask = IsPacked(packing) ? sk_mask : ~uint32_t{0};
+// Which table sample i uses: the one of the pattern's place i mod its length.
+template <class Treat>
+void ForEachTable(const uint8_t* pTables, size_t tableBytes, ChannelPattern pattern, size_t count,
+                  Treat&& treat) {
   const size_t step = pattern.size();
   for (size_t k = 0; k < step; ++k) {
     const uint8_t* const pTable = pTables + tableBytes * pattern[k];
-    for (size_t i = k; i < count; i += step) {
-      const uint32_t entry = Entry<packing>(pTable, pValues[i] & sk_mask);
-      pValues[i] = static_cast<SampleValue<packing>>(entry & sk_entryMask);
+    for (size_t i = k; i < count; i += step) treat(i, pTable);
+  }
+}
+
+// A block of samples. `size` is what may be written at pOut: the last sample may be cut off.
+template <Packing packing>
+void LookUp(const uint8_t* pTables, ChannelPattern pattern, const uint8_t* pUnpacked, size_t count,
+            uint8_t* pOut, size_t size) {
+  constexpr size_t sk_tableBytes = EntryBytes(packing) << BitsOf(packing);
+  if constexpr (packing == Packing::U8) {
+    if (pattern.size() == 1) {
+      SampleKernels::LookUpBytes(pUnpacked, count, pTables, pOut);
+    } else {
+      SampleKernels::LookUpBytesInPattern(pUnpacked, count, pTables, pattern.data(), pattern.size(),
+                                          pOut);
+    }
+  } else {
+    alignas(64) uint8_t results[SampleBytes(Unpacked(packing), sk_blockSamples)];
+    if constexpr (packing == Packing::U24) {
+      ForEachTable(pTables, sk_tableBytes, pattern, count, [&](size_t i, const uint8_t* pTable) {
+        Store24(results + 3 * i, Load24(pTable + size_t{3} * Load24(pUnpacked + 3 * i)));
+      });
+    } else {
+      // Unpacked words may hold more than their significant bits; the table ends with those. The
+      // entry of a packed format has no room for more.
+      constexpr uint32_t sk_mask = (uint32_t{1} << BitsOf(packing)) - 1;
+      ForEachTable(pTables, sk_tableBytes, pattern, count, [&](size_t i, const uint8_t* pTable) {
+        const uint32_t sample = LoadWord(pUnpacked + 2 * i) >> ZeroBits(packing) & sk_mask;
+        const auto entry =
+            static_cast<uint16_t>(LoadWord(pTable + 2 * sample) << ZeroBits(packing));
+        std::memcpy(results + 2 * i, &entry, sizeof entry);
+      });
+    }
+    if constexpr (!IsPacked(packing)) {
+      std::memcpy(pOut, results, size);
+    } else {
+      alignas(64) uint8_t packed[SampleBytes(packing, sk_blockSamples)];
+      PackBlock<packing>(reinterpret_cast<const uint16_t*>(results), count, packed);
+      std::memcpy(pOut, packed, size);
     }
   }
 }
@@ -105,28 +125,15 @@ IImage* ProcessSoftwareLUT(IImage* pSrc, const uint8_t* pTables, bool shared, Ch
   uint8_t* const pOut = data.get();
   std::fill(pOut + readable, pOut + std::max(filled, capacity), uint8_t{0});
 
-  constexpr size_t sk_tableBytes = EntryBytes(packing) << BitsOf(packing);
   const ChannelPattern pattern =
       shared ? ChannelPattern(sk_inOrder).first(1) : PatternOf(channels, pSrc->GetPixelFormat());
   const size_t samples = SamplesIn(packing, readable);
-  ForSampleBlocks(samples, readable * 2, [&](size_t first, size_t count) {
-    const size_t offset = SampleOffset(packing, first);
-    if (packing == Packing::U8 && pattern.size() == 1) {
-      for (size_t i = 0; i < count; ++i) pOut[offset + i] = pTables[pIn[offset + i]];
-      return;
-    }
-    alignas(64) uint8_t raw[SampleBytes(packing, sk_blockSamples)];
-    alignas(64) SampleValue<packing> values[sk_blockSamples];
-    UnpackBlock<packing>(BlockBytes<packing>(pIn, readable, first, count, raw), count, values);
-    LookUp<packing>(pTables, sk_tableBytes, pattern, values, count);
-    const size_t size = SampleBytes(packing, count);
-    if (offset + size <= readable) {
-      PackBlock<packing>(values, count, pOut + offset);
-    } else {
-      PackBlock<packing>(values, count, raw);
-      std::copy_n(raw, readable - offset, pOut + offset);
-    }
-  });
+  ForSamples<packing>(pIn, readable, samples, readable * 2,
+                      [&](const uint8_t* p, size_t first, size_t count) {
+                        const size_t offset = SampleOffset(packing, first);
+                        LookUp<packing>(pTables, pattern, p, count, pOut + offset,
+                                        std::min(SampleBytes(packing, count), readable - offset));
+                      });
   FrameCells::SetData(pImage.get(), data.release());
   return pImage.release();
 }

@@ -95,12 +95,6 @@ struct Pixel {
   uint8_t r, g, b, a;
 };
 
-uint32_t Bits(const Pixel& pixel) {
-  uint32_t bits;
-  std::memcpy(&bits, &pixel, sizeof bits);
-  return bits;
-}
-
 unsigned IndexOf(const Pixel& pixel) {
   return (pixel.r * 3u + pixel.g * 5u + pixel.b * 7u + pixel.a * 11u) % 64;
 }
@@ -154,58 +148,82 @@ bool DecodeColour(Chunks chunks, uint8_t* pOut, uint8_t* const pOutEnd) {
   return p <= chunks.pEnd;
 }
 
+// A pixel in one register: red in the low byte, alpha in the high one. The encoder compares whole
+// pixels all the time.
+template <size_t channels>
+uint32_t LoadPixel(const uint8_t* p) {
+  if constexpr (channels == 4) {
+    return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
+  } else {
+    return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | 0xFF000000u;
+  }
+}
+
+unsigned IndexOf(uint32_t pixel) {
+  return ((pixel & 0xFF) * 3 + (pixel >> 8 & 0xFF) * 5 + (pixel >> 16 & 0xFF) * 7 +
+          (pixel >> 24) * 11) %
+         64;
+}
+
+uint8_t* PutRun(uint8_t* p, size_t run) {
+  for (; run > sk_maxColourRun; run -= sk_maxColourRun) *p++ = sk_tagRun | (sk_maxColourRun - 1);
+  if (run != 0) *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
+  return p;
+}
+
+// A pixel of the same alpha as the one before it.
+uint8_t* PutColour(uint8_t* p, uint32_t pixel, uint32_t previous) {
+  const auto difference = [=](int shift) {
+    return static_cast<int8_t>((pixel >> shift) - (previous >> shift));
+  };
+  const int red = difference(0), green = difference(8), blue = difference(16);
+  const int redToGreen = static_cast<int8_t>(red - green);
+  const int blueToGreen = static_cast<int8_t>(blue - green);
+  // All in range at once: one branch for three numbers, whose signs no processor can foresee.
+  const auto small = static_cast<unsigned>((red + 2) | (green + 2) | (blue + 2));
+  const auto chroma = static_cast<unsigned>((redToGreen + 8) | (blueToGreen + 8));
+  if (small < 4) {
+    *p++ = static_cast<uint8_t>(sk_tagDiff | (red + 2) << 4 | (green + 2) << 2 | (blue + 2));
+  } else if (chroma < 16 && static_cast<unsigned>(green + 32) < 64) {
+    *p++ = static_cast<uint8_t>(sk_tagLuma | (green + 32));
+    *p++ = static_cast<uint8_t>((redToGreen + 8) << 4 | (blueToGreen + 8));
+  } else {
+    *p++ = sk_tagRgb;
+    *p++ = static_cast<uint8_t>(pixel);
+    *p++ = static_cast<uint8_t>(pixel >> 8);
+    *p++ = static_cast<uint8_t>(pixel >> 16);
+  }
+  return p;
+}
+
 template <size_t channels>
 uint8_t* EncodeColour(const uint8_t* pIn, size_t pixels, uint8_t* p) {
-  Pixel index[64] = {};
-  Pixel previous{0, 0, 0, 255};
-  size_t run = 0;
-  for (size_t i = 0; i < pixels; ++i, pIn += channels) {
-    Pixel pixel{pIn[0], pIn[1], pIn[2], 255};
-    if constexpr (channels == 4) pixel.a = pIn[3];
-    if (Bits(pixel) == Bits(previous)) {
-      if (++run == sk_maxColourRun) {
-        *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
-        run = 0;
-      }
+  const uint8_t* const pEnd = pIn + pixels * channels;
+  uint32_t index[64] = {};
+  uint32_t previous = 0xFF000000u;
+  while (pIn < pEnd) {
+    const uint32_t pixel = LoadPixel<channels>(pIn);
+    if (pixel == previous) {
+      const uint8_t* const pRun = pIn;
+      while (pIn < pEnd && LoadPixel<channels>(pIn) == previous) pIn += channels;
+      p = PutRun(p, static_cast<size_t>(pIn - pRun) / channels);
       continue;
     }
-    if (run != 0) {
-      *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
-      run = 0;
-    }
-    Pixel& seen = index[IndexOf(pixel)];
-    if (Bits(seen) == Bits(pixel)) {
-      *p++ = static_cast<uint8_t>(sk_tagIndex | IndexOf(pixel));
-      previous = pixel;
-      continue;
-    }
-    seen = pixel;
-    if (pixel.a != previous.a) {
-      *p++ = sk_tagRgba;
-      std::memcpy(p, &pixel, 4);
-      p += 4;
-      previous = pixel;
-      continue;
-    }
-    const int red = static_cast<int8_t>(pixel.r - previous.r);
-    const int green = static_cast<int8_t>(pixel.g - previous.g);
-    const int blue = static_cast<int8_t>(pixel.b - previous.b);
-    const int redToGreen = static_cast<int8_t>(red - green);
-    const int blueToGreen = static_cast<int8_t>(blue - green);
-    const auto fits = [](int value, int half) { return value >= -half && value < half; };
-    if (fits(red, 2) && fits(green, 2) && fits(blue, 2)) {
-      *p++ = static_cast<uint8_t>(sk_tagDiff | (red + 2) << 4 | (green + 2) << 2 | (blue + 2));
-    } else if (fits(green, 32) && fits(redToGreen, 8) && fits(blueToGreen, 8)) {
-      *p++ = static_cast<uint8_t>(sk_tagLuma | (green + 32));
-      *p++ = static_cast<uint8_t>((redToGreen + 8) << 4 | (blueToGreen + 8));
+    pIn += channels;
+    const unsigned at = IndexOf(pixel);
+    if (index[at] == pixel) {
+      *p++ = static_cast<uint8_t>(sk_tagIndex | at);
     } else {
-      *p++ = sk_tagRgb;
-      std::memcpy(p, &pixel, 3);
-      p += 3;
+      index[at] = pixel;
+      if (channels == 3 || pixel >> 24 == previous >> 24) {
+        p = PutColour(p, pixel, previous);
+      } else {
+        *p++ = sk_tagRgba;
+        for (int shift = 0; shift < 32; shift += 8) *p++ = static_cast<uint8_t>(pixel >> shift);
+      }
     }
     previous = pixel;
   }
-  if (run != 0) *p++ = static_cast<uint8_t>(sk_tagRun | (run - 1));
   return p;
 }
 
@@ -330,14 +348,21 @@ class GreyEncoder {
     return true;
   }
 
+  // A literal takes no more than a difference; only what begins two pairs is worth another tag.
   void PutLiterals() {
     const size_t most = std::min<size_t>(sk_maxGreyCount, static_cast<size_t>(m_pEnd - m_pIn));
     size_t count = 1;
-    while (count < most && !FitsDiff(Difference(m_pIn[count - 1], m_pIn[count]))) ++count;
+    while (count < most && !BeginsTwoPairs(m_pIn + count)) ++count;
     *m_p++ = static_cast<uint8_t>(sk_greyLiteral | (count - 1));
     std::memcpy(m_p, m_pIn, count);
     m_p += count;
     Advance(count);
+  }
+
+  // p is not the first pixel.
+  bool BeginsTwoPairs(const uint8_t* p) const {
+    return FitsNibble(Difference(p[-1], p[0])) && m_pEnd - p >= 4 && IsPair(p, p[-1]) &&
+           IsPair(p + 2, p[1]);
   }
 
   const uint8_t* m_pIn;
@@ -352,15 +377,13 @@ size_t WorstSize(const qoi_desc& desc) {
          Qoi::sk_paddingSize;
 }
 
-// Ends the stream and gives back the memory that it did not need.
+// Ends the stream. What it did not need stays allocated: shrinking costs more than it gives.
 uint8_t* Finish(Bytes bytes, uint8_t* p, int* pSize) {
   std::memcpy(p, sk_padding, sizeof sk_padding);
   const auto size = static_cast<size_t>(p + sizeof sk_padding - bytes.get());
   if (size > static_cast<size_t>(std::numeric_limits<int>::max())) return nullptr;
   *pSize = static_cast<int>(size);
-  uint8_t* const pWhole = bytes.release();
-  auto* const pShort = static_cast<uint8_t*>(std::realloc(pWhole, size));
-  return pShort ? pShort : pWhole;
+  return bytes.release();
 }
 
 }  // namespace

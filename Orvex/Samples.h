@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include "primitives/BitDepth.h"
 #include "primitives/RowThreads.h"
@@ -43,12 +42,6 @@ constexpr bool IsPacked(Packing packing) {
          packing == Packing::U12Packed;
 }
 
-/// The unpacked value of a sample, least significant bit first.
-template <Packing packing>
-using SampleValue =
-    std::conditional_t<packing == Packing::U8, uint8_t,
-                       std::conditional_t<packing == Packing::U24, uint32_t, uint16_t>>;
-
 /// Bytes of `count` samples, rounded up, without overflow for any count that an image can have.
 constexpr size_t SampleBytes(Packing packing, size_t count) {
   const Primitives::Group group = Primitives::GroupOf(packing);
@@ -67,45 +60,46 @@ constexpr size_t SampleOffset(Packing packing, size_t first) {
 /// small enough that raw bytes, values and results stay in the cache.
 inline constexpr size_t sk_blockSamples = 3072;
 
-/// Unpacks count <= sk_blockSamples samples to LSB-aligned values. 10- and 12-bit words keep
-/// whatever stands above their significant bits.
-template <Packing packing>
-void UnpackBlock(const uint8_t* pSrc, size_t count, SampleValue<packing>* pValues) {
-  if constexpr (packing == Packing::U24) {
-    for (size_t i = 0; i < count; ++i) {
-      pValues[i] =
-          uint32_t{pSrc[3 * i]} | uint32_t{pSrc[3 * i + 1]} << 8 | uint32_t{pSrc[3 * i + 2]} << 16;
-    }
-  } else if constexpr (IsPacked(packing)) {
-    constexpr auto sk_unpack = Primitives::FindDepthKernel(packing, Packing::U16);
-    sk_unpack(pSrc, reinterpret_cast<uint8_t*>(pValues), static_cast<uint32_t>(count), 1);
-    for (size_t i = 0; i < count; ++i) {
-      pValues[i] = static_cast<uint16_t>(pValues[i] >> (16 - BitsOf(packing)));
-    }
-  } else {
-    std::memcpy(pValues, pSrc, SampleBytes(packing, count));
-  }
+/// Packed samples are unpacked to the top of 16-bit words; below them stand so many zero bits.
+constexpr unsigned ZeroBits(Packing packing) {
+  return IsPacked(packing) ? 16 - BitsOf(packing) : 0;
 }
 
-/// Packs count <= sk_blockSamples LSB-aligned values, whose bits above the significant ones are
-/// zero for packed layouts, into exactly SampleBytes bytes. The values are used up.
+/// A packing whose samples are whole bytes: that of the unpacked samples.
+constexpr Packing Unpacked(Packing packing) {
+  return IsPacked(packing) ? Packing::U16 : packing;
+}
+
+/// Unpacks count <= sk_blockSamples samples of a packed layout to words.
 template <Packing packing>
-void PackBlock(SampleValue<packing>* pValues, size_t count, uint8_t* pDst) {
-  if constexpr (packing == Packing::U24) {
-    for (size_t i = 0; i < count; ++i) {
-      pDst[3 * i] = static_cast<uint8_t>(pValues[i]);
-      pDst[3 * i + 1] = static_cast<uint8_t>(pValues[i] >> 8);
-      pDst[3 * i + 2] = static_cast<uint8_t>(pValues[i] >> 16);
-    }
-  } else if constexpr (IsPacked(packing)) {
-    for (size_t i = 0; i < count; ++i) {
-      pValues[i] = static_cast<uint16_t>(pValues[i] << (16 - BitsOf(packing)));
-    }
-    constexpr auto sk_pack = Primitives::FindDepthKernel(Packing::U16, packing);
-    sk_pack(reinterpret_cast<const uint8_t*>(pValues), pDst, static_cast<uint32_t>(count), 1);
-  } else {
-    std::memcpy(pDst, pValues, SampleBytes(packing, count));
-  }
+void UnpackBlock(const uint8_t* pSrc, size_t count, uint16_t* pWords) {
+  static_assert(IsPacked(packing));
+  Primitives::FindDepthKernel(packing, Packing::U16)(pSrc, reinterpret_cast<uint8_t*>(pWords),
+                                                     static_cast<uint32_t>(count), 1);
+}
+
+/// The way back, into exactly SampleBytes bytes.
+template <Packing packing>
+void PackBlock(const uint16_t* pWords, size_t count, uint8_t* pDst) {
+  static_assert(IsPacked(packing));
+  Primitives::FindDepthKernel(Packing::U16, packing)(reinterpret_cast<const uint8_t*>(pWords), pDst,
+                                                     static_cast<uint32_t>(count), 1);
+}
+
+/// Samples of 24 bits, low byte first.
+inline uint32_t Load24(const uint8_t* p) {
+  return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16;
+}
+inline void Store24(uint8_t* p, uint32_t value) {
+  p[0] = static_cast<uint8_t>(value);
+  p[1] = static_cast<uint8_t>(value >> 8);
+  p[2] = static_cast<uint8_t>(value >> 16);
+}
+
+inline uint16_t LoadWord(const uint8_t* p) {
+  uint16_t word;
+  std::memcpy(&word, p, sizeof word);
+  return word;
 }
 
 /// Calls work(first, count) for all blocks of `samples` samples, on several threads when the
@@ -135,15 +129,20 @@ const uint8_t* BlockBytes(const uint8_t* pData, size_t dataSize, size_t first, s
   return pPadded;
 }
 
-/// Unpacks all samples and calls work(values, first, count) for each block; the values may be
-/// changed. dataSize is what may be read at pData.
+/// Calls work(pUnpacked, first, count) for each block: bytes, words or three bytes a sample, as
+/// Unpacked(packing) says. dataSize is what may be read at pData, bytes what is read and written.
 template <Packing packing, class Work>
 void ForSamples(const uint8_t* pData, size_t dataSize, size_t samples, size_t bytes, Work&& work) {
   ForSampleBlocks(samples, bytes, [&](size_t first, size_t count) {
     alignas(64) uint8_t padded[SampleBytes(packing, sk_blockSamples)];
-    alignas(64) SampleValue<packing> values[sk_blockSamples];
-    UnpackBlock<packing>(BlockBytes<packing>(pData, dataSize, first, count, padded), count, values);
-    work(values, first, count);
+    const uint8_t* const pRaw = BlockBytes<packing>(pData, dataSize, first, count, padded);
+    if constexpr (IsPacked(packing)) {
+      alignas(64) uint16_t words[sk_blockSamples];
+      UnpackBlock<packing>(pRaw, count, words);
+      work(reinterpret_cast<const uint8_t*>(words), first, count);
+    } else {
+      work(pRaw, first, count);
+    }
   });
 }
 
