@@ -196,6 +196,12 @@ TEST(Faults, MoveToAnotherAddress) {
   faulty.host.Set("SimNextAddress", 0x7F000009);
   EXPECT_EQ(faulty.host.Set("SimChangeAddress", 1), Status::Success);
   Host moved(faulty.running.camera, 0x7F000009);
+  Bytes found;
+  for (int tries = 0; tries < 40 && found.empty(); ++tries) {  // it answers there once it has moved
+    moved.control.Send(Hex("42 01 0002 0000 0001"), 0x7F000009);
+    found = moved.control.Receive(50);
+  }
+  EXPECT_EQ(found.size(), 256u);
   EXPECT_EQ(moved.Read(B::sk_ccp), 0u);
   EXPECT_EQ(moved.Read(B::sk_currentIp), 0x7F000009u);
   moved.TakeControl();
