@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+// The logger: which records leave, how they are written, and what its configuration starts.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
+
+#include "Orvex/ALogger.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace Orvex;
+
+// A folder of its own as the current one, for configuration and files.
+class Logging : public testing::Test {
+ protected:
+  Logging() : m_before(fs::current_path()), m_folder(fs::temp_directory_path() / "orvex-logger") {
+    fs::remove_all(m_folder);
+    fs::create_directory(m_folder);
+    fs::current_path(m_folder);
+  }
+  ~Logging() override {
+    fs::current_path(m_before);
+    fs::remove_all(m_folder);
+  }
+
+  static void Configure(bool console, bool json, bool file, int level = 400) {
+    const auto text = [](bool value) { return value ? "true" : "false"; };
+    std::ofstream("tavik_log.conf")
+        << "{\"ports\": {\"orvex_in\": 45301, \"orvex_out\": 45302, \"qx_in\": 45303},\n"
+        << "\"levels\": {\"orvex\": " << level << "},\n"
+        << "\"logging\": {\"console\": " << text(console) << ", \"json\": " << text(json)
+        << ", \"file\": " << text(file) << "}}\n";
+  }
+
+  // The one file whose name matches; waits for it to hold the text.
+  std::string FileWith(const std::string& name, const std::string& text) const {
+    const std::regex pattern(name);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    std::string content;
+    do {
+      for (const auto& entry : fs::directory_iterator(m_folder)) {
+        if (!std::regex_match(entry.path().filename().string(), pattern)) continue;
+        std::stringstream stream;
+        stream << std::ifstream(entry.path()).rdbuf();
+        content = stream.str();
+      }
+    } while (content.find(text) == std::string::npos &&
+             std::chrono::steady_clock::now() < deadline);
+    return content;
+  }
+
+  fs::path m_before, m_folder;
+};
+
+TEST_F(Logging, IsOffWithoutAConfiguration) {
+  {
+    ALogger logger;
+    EXPECT_EQ(ALogger::SendLog({{"level", 100}}), 0);
+  }
+  EXPECT_TRUE(fs::is_empty(m_folder));
+}
+
+TEST_F(Logging, IsOffWithABadConfiguration) {
+  for (const char* text : {"", "no json", "{\"ports\": {\"orvex_in\": 45301}}", "[1, 2]"}) {
+    std::ofstream("tavik_log.conf", std::ios::trunc) << text;
+    ALogger logger;
+    EXPECT_EQ(ALogger::SendLog({{"level", 100}}), 0) << text;
+  }
+}
+
+TEST_F(Logging, WritesTextAndJsonFiles) {
+  Configure(false, true, true);
+  {
+    ALogger logger;
+    ALogger::Info("S0001", "first");
+    ALogger::Debug("kept back");
+    ALogger::Error("second \"quoted\"");
+    EXPECT_NE(FileWith("orvex_[0-9]{14}\\.log", "second").find("first"), std::string::npos);
+    FileWith("orvex_[0-9]{14}\\.log\\.json", "second");
+  }
+  const std::string text = FileWith("orvex_[0-9]{14}\\.log", "second");
+  EXPECT_TRUE(std::regex_match(
+      text, std::regex("\\[ [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\] :: \\[ \\.\\.\\.INFO \\] :: "
+                       "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  \\(S0001\\) first\n"
+                       "\\[ [0-9:]{8}\\.[0-9]{3} \\] :: \\[ \\.\\.ERROR \\] :: "
+                       "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  second \"quoted\"\n")))
+      << text;
+  const auto json = nlohmann::json::parse(FileWith("orvex_[0-9]{14}\\.log\\.json", "second"));
+  ASSERT_EQ(json.size(), 2u);
+  EXPECT_EQ(json[0]["userid"], "S0001");
+  EXPECT_EQ(json[0]["level"], 400);
+  EXPECT_EQ(json[1]["module"], "Orvex");
+  EXPECT_EQ(json[1]["message"], "second \"quoted\"");
+}
+
+TEST_F(Logging, WritesToTheConsole) {
+  Configure(true, false, false, 600);
+  testing::internal::CaptureStdout();
+  {
+    ALogger logger;
+    ALogger::Verbose("seen");
+    // What the transport hands over is written; it need not be a record.
+    logger.OnLog("{\"no\": \"record\"}");
+    logger.OnLog(R"({"userid":"","message":"direct","level":7,"module":"M","timestamp":"1005"})");
+  }
+  const std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_NE(text.find(".005 ] :: [ ..NOLOG ] :: [ ........M ] ||>  direct\n"), std::string::npos)
+      << text;
+}
+
+TEST(LogLevels, HaveNames) {
+  const std::pair<int, const char*> sk_names[] = {{100, "FATAL"}, {200, "ERROR"}, {300, "WARNING"},
+                                                  {400, "INFO"},  {500, "DEBUG"}, {600, "VERBOSE"},
+                                                  {0, "NOLOG"},   {150, "NOLOG"}, {700, "NOLOG"}};
+  for (const auto& [level, name] : sk_names) EXPECT_STREQ(LevelName(level), name);
+}
+
+}  // namespace
