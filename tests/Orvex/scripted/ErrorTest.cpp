@@ -86,12 +86,13 @@ TEST_F(Errors, SayWhenTheProducerTellsNothing) {
 }
 
 TEST_F(Errors, HaveTheirPlaceAndLine) {
+  constexpr unsigned sk_line = __LINE__ + 2;
   try {
     THROW_PLAIN(TimeoutException, "message");
   } catch (const GenICam::TimeoutException& error) {
     EXPECT_STREQ(error.GetDescription(), "TimeoutException: message (ErrorTest.cpp, TestBody)");
     EXPECT_STREQ(error.GetSourceFileName(), "ErrorTest.cpp");
-    EXPECT_EQ(error.GetSourceLine(), static_cast<unsigned>(__LINE__ - 5));
+    EXPECT_EQ(error.GetSourceLine(), sk_line);
   }
   EXPECT_EQ(Thrown([] { THROW_DIRECT(RuntimeException, "bare"); }), "RuntimeException | bare");
 }

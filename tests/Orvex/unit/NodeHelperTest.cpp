@@ -148,8 +148,9 @@ TEST_F(NodeHelpers, NameTheTypeThatANodeTakes) {
       if (std::is_same_v<T, int64_t> && std::strcmp(row.node, "Enumeration") == 0)
         reads = "bad_any_cast";
       EXPECT_EQ(Description([&] { GetNodeValue<T>(m_pMap, row.node); }), reads);
-      if (!writes.empty())
+      if (!writes.empty()) {
         EXPECT_EQ(Description([&] { SetNodeValue<T>(m_pMap, row.node, value); }), writes);
+      }
     }
     for (const char* other : {"Bytes", "Command"}) {
       EXPECT_EQ(Description([&] { SetNodeValue<T>(m_pMap, other, value); }),
