@@ -161,6 +161,16 @@ TEST_F(Persistence, LeavesOutWhatCannotBeWrittenBack) {
   EXPECT_EQ(text.find("Sensor"), std::string::npos);
 }
 
+TEST_F(Persistence, ValuesThatTheDeviceCannotNameDoNotFailTheOthers) {
+  camera.Port.Bytes[52] = 9;  // LUTSelector stands on no entry
+  camera.Map._InvalidateNodes();
+  CFeatureBag bag;
+  EXPECT_EQ(bag.StoreToBag(Map()), 7);
+  const std::string text = bag.ToString().c_str();
+  EXPECT_EQ(text.find("LUT"), std::string::npos);
+  EXPECT_NE(text.find("Exposure"), std::string::npos);
+}
+
 TEST_F(Persistence, FilterAndLimitChooseEntries) {
   gcstring_vector filter;
   for (const char* pName : {"NoFeature", "Gain", "Sensor", "Missing"}) filter.push_back(pName);

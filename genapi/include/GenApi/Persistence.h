@@ -55,7 +55,9 @@ class GENAPI_DECL CFeatureBag : public IPersistScript {
   // Empties the bag, then stores the streamable features that can be read and written, for every
   // combination of their selectors: those that can be reached from the root category, or those that
   // the filter names. Answers the number of entries. At most MaxNumPersistSkriptEntries are stored;
-  // -1 is no limit. Values that the text format cannot hold (empty ones, line breaks) are left out.
+  // -1 is no limit. Left out are values that the text format cannot hold (empty ones, line breaks),
+  // those that the device cannot name (no entry of the enumeration), and features with more than
+  // 262144 combinations of selectors.
   int64_t StoreToBag(INodeMap* pNodeMap, const int MaxNumPersistSkriptEntries = -1,
                      GENICAM_NAMESPACE::gcstring_vector* pFeatureFilter = nullptr);
 

@@ -11,7 +11,7 @@
 #include <GenApi/IRegister.h>
 
 #include "adapters/Limits.h"
-#include "persistence/Commands.h"
+#include "persistence/NodeAccess.h"
 
 namespace GENAPI_NAMESPACE {
 

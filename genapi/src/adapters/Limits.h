@@ -20,8 +20,9 @@ inline constexpr size_t sk_maxEntries = 1000000;
 inline constexpr size_t sk_maxBags = 4096;
 // Selectors of one entry.
 inline constexpr size_t sk_maxSelectors = 64;
-// Combinations of selector values that one feature is walked through.
-inline constexpr size_t sk_maxSelectorSteps = 1000000;
+// Combinations of selector values that one feature is walked through
+// (three colours of a table of 65536 fit).
+inline constexpr size_t sk_maxSelectorSteps = size_t(1) << 18;
 // Bytes of a device's file that are moved at once.
 inline constexpr int64_t sk_maxFileBlockBytes = int64_t(16) << 20;
 // How often refused values are tried again while settings are loaded.

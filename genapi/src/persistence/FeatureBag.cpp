@@ -19,8 +19,8 @@
 #include <GenApi/INode.h>
 
 #include "adapters/Limits.h"
-#include "persistence/Commands.h"
 #include "persistence/FeatureFile.h"
+#include "persistence/NodeAccess.h"
 
 namespace GENAPI_NAMESPACE {
 
@@ -112,6 +112,14 @@ std::vector<IValue*> FindFeatures(INodeMap& nodeMap, const gcstring_vector* pFil
     for (INode* pNode : nodes) addStreamable(pNode);
   }
   return found;
+}
+
+bool CanNameSelectors(CSelectorSet* pSelectors) {
+  FeatureList_t list;
+  if (pSelectors) pSelectors->GetSelectorList(list);
+  return std::all_of(list.begin(), list.end(), [](IValue* pSelector) {
+    return !IsReadable(pSelector) || OrvexGenApi::TryRead(*pSelector);
+  });
 }
 
 bool IsReadWrite(IValue& value) {
@@ -335,7 +343,8 @@ int64_t CFeatureBag::StoreToBag(INodeMap* pNodeMap, const int MaxNumPersistSkrip
   const size_t most = MaxNumPersistSkriptEntries < 0 ? OrvexGenApi::sk_maxEntries
                                                      : size_t(MaxNumPersistSkriptEntries);
   const auto store = [&](IValue& item, CSelectorSet* pSelectors) {
-    if (!IsReadWrite(item)) return;
+    // A value or a selector that the device cannot name now cannot be set later either.
+    if (!IsReadWrite(item) || !OrvexGenApi::TryRead(item) || !CanNameSelectors(pSelectors)) return;
     FeatureEntry entry = MakeEntry(item, pSelectors);
     if (OrvexGenApi::IsStorable(entry.Value)) entries.push_back(std::move(entry));
   };
@@ -346,12 +355,13 @@ int64_t CFeatureBag::StoreToBag(INodeMap* pNodeMap, const int MaxNumPersistSkrip
       continue;
     }
     const RestoreGuard guard(selectors);
+    const size_t before = entries.size();
     size_t steps = 0;
     for (bool isMore = selectors.SetFirst(); isMore && entries.size() < most;
          isMore = selectors.SetNext()) {
       if (++steps > OrvexGenApi::sk_maxSelectorSteps) {
-        throw RUNTIME_EXCEPTION("Feature '%s' has too many combinations of selector values",
-                                pItem->GetNode()->GetName().c_str());
+        entries.resize(before);
+        break;
       }
       store(*pItem, &selectors);
     }

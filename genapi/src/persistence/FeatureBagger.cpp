@@ -8,8 +8,8 @@
 #include <Base/GCException.h>
 #include <GenApi/INode.h>
 
-#include "persistence/Commands.h"
 #include "persistence/FeatureFile.h"
+#include "persistence/NodeAccess.h"
 
 namespace GENAPI_NAMESPACE {
 

@@ -14,7 +14,7 @@
 #include <GenApi/INode.h>
 #include <GenApi/ISelector.h>
 
-#include "adapters/Limits.h"
+#include "persistence/NodeAccess.h"
 
 namespace GENAPI_NAMESPACE {
 
@@ -32,7 +32,9 @@ class Digit : public ISelectorDigit {
   bool SetFirst() override {
     Restore();
     if (!IsWritable(&m_selector) || !IsReadable(&m_selector)) return true;  // stays where it is
-    m_original = m_selector.ToString();
+    // A selector without a value of its own could not be put back: it stays where it is, too.
+    m_original = OrvexGenApi::TryRead(m_selector);
+    if (!m_original) return true;
     Rewind();
     return SetNext(true);
   }
@@ -51,7 +53,8 @@ class Digit : public ISelectorDigit {
     if (!m_original) return;
     const gcstring original = *m_original;
     m_original.reset();
-    if (m_selector.ToString() != original) m_selector.FromString(original);
+    // A device may stand on a value that it does not offer; then there is no way back.
+    TrySet(original);
   }
 
   gcstring ToString() override {
@@ -112,7 +115,7 @@ class Digit : public ISelectorDigit {
   // False when the device does not allow the value at the moment.
   bool TrySet(const gcstring& text) {
     try {
-      if (m_selector.ToString() != text) m_selector.FromString(text);
+      if (OrvexGenApi::TryRead(m_selector) != text) m_selector.FromString(text);
       return true;
     } catch (const GENICAM_NAMESPACE::AccessException&) {
     } catch (const GENICAM_NAMESPACE::OutOfRangeException&) {

@@ -5,6 +5,9 @@
 
 #include <GenApi/ICommand.h>
 #include <GenApi/INodeMap.h>
+#include <GenApi/IValue.h>
+
+#include <optional>
 
 namespace OrvexGenApi {
 
@@ -13,5 +16,9 @@ GenApi::ICommand* FindExecutable(GenApi::INodeMap& nodeMap, const char* pName);
 
 // Executes and waits; TimeoutException when the device is not done in time.
 void ExecuteAndWait(GenApi::ICommand& command, const char* pName);
+
+// The value's text; nothing when the device holds something that is no value of the feature. What
+// the port throws goes on.
+std::optional<GenICam::gcstring> TryRead(GenApi::IValue& value);
 
 }  // namespace OrvexGenApi

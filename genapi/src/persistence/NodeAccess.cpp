@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Executing commands while settings are stored or loaded.
+// Reading values and executing commands while settings are stored and loaded.
 
-#include "persistence/Commands.h"
+#include "persistence/NodeAccess.h"
 
 #include <chrono>
 #include <thread>
@@ -29,6 +29,17 @@ void ExecuteAndWait(GenApi::ICommand& command, const char* pName) {
     // A device has no way to call back here.
     std::this_thread::sleep_for(std::chrono::milliseconds(sk_commandPollMs));
   }
+}
+
+std::optional<GenICam::gcstring> TryRead(GenApi::IValue& value) {
+  try {
+    return value.ToString();
+  } catch (const GenICam::AccessException&) {
+  } catch (const GenICam::OutOfRangeException&) {
+  } catch (const GenICam::InvalidArgumentException&) {
+  } catch (const GenICam::LogicalErrorException&) {
+  }
+  return std::nullopt;
 }
 
 }  // namespace OrvexGenApi
