@@ -7,13 +7,6 @@
 #include "engine/Node.h"
 
 namespace OrvexGenApi {
-namespace {
-
-bool IsName(const Node& node, std::string_view name) {
-  return std::strncmp(node.Name(), name.data(), name.size()) == 0 && node.Name()[name.size()] == 0;
-}
-
-}  // namespace
 
 NameTable::NameTable(const std::vector<Node*>& nodes) : m_nodes(nodes) {
   static const uint64_t s_seed = uint64_t{std::random_device{}()} << 32 | std::random_device{}();
@@ -41,9 +34,8 @@ Node* NameTable::Find(std::string_view name) const {
   if (m_slots.empty()) return nullptr;
   const uint32_t hash = Hash(name);
   for (uint32_t at = hash & m_mask; m_slots[at].number != 0; at = (at + 1) & m_mask) {
-    if (m_slots[at].hash != hash) continue;
-    Node* node = m_nodes[m_slots[at].number - 1];
-    if (IsName(*node, name)) return node;
+    const uint32_t number = m_slots[at].number;
+    if (m_slots[at].hash == hash && m_names[number - 1] == name) return m_nodes[number - 1];
   }
   return nullptr;
 }
@@ -53,9 +45,11 @@ bool NameTable::Add(std::string_view name, uint32_t index) {
   const uint32_t hash = Hash(name);
   uint32_t at = hash & m_mask;
   for (; m_slots[at].number != 0; at = (at + 1) & m_mask) {
-    if (m_slots[at].hash == hash && IsName(*m_nodes[m_slots[at].number - 1], name)) return false;
+    if (m_slots[at].hash == hash && m_names[m_slots[at].number - 1] == name) return false;
   }
   m_slots[at] = {hash, index + 1};
+  m_names.resize(index + 1);
+  m_names[index] = name;
   ++m_used;
   return true;
 }
@@ -63,6 +57,8 @@ bool NameTable::Add(std::string_view name, uint32_t index) {
 void NameTable::Clear() {
   m_slots.clear();
   m_slots.shrink_to_fit();
+  m_names.clear();
+  m_names.shrink_to_fit();
   m_mask = 0;
   m_used = 0;
 }

@@ -31,6 +31,7 @@ class NameTable {
 
   const std::vector<Node*>& m_nodes;
   std::vector<Slot> m_slots;
+  std::vector<std::string_view> m_names;  // by number; beside the nodes, which lie far apart
   uint64_t m_seed;
   uint32_t m_mask = 0;
   uint32_t m_used = 0;
