@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "engine/Limits.h"
 
@@ -49,9 +50,10 @@ std::string_view Trim(std::string_view text) {
 }
 
 std::string_view ElementRawText(pugi::xml_node element) {
-  // With embedded texts the usual element has its text as its own value and no children.
-  return element.first_child() ? std::string_view(element.child_value())
-                               : std::string_view(element.value());
+  // The usual element has its text as its own value; one that begins with a CDATA section has a
+  // child for it.
+  const char* own = element.value();
+  return *own ? own : element.child_value();
 }
 
 std::string_view ElementText(pugi::xml_node element) {
@@ -108,6 +110,34 @@ void Document::CheckReferences() const {
   }
 }
 
+namespace {
+
+bool IsText(pugi::xml_node node) {
+  return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+// Comments and CDATA sections cut a text into pieces; one piece is left that holds all.
+void JoinTexts(pugi::xml_node element) {
+  const bool embedded = *element.value() != 0;
+  std::string all = element.value();
+  size_t pieces = embedded;
+  for (const auto child : element.children()) {
+    if (!IsText(child)) continue;
+    all += child.value();
+    ++pieces;
+  }
+  if (pieces < 2) return;
+  element.text().set(all.c_str());
+  bool keep = !embedded;
+  for (auto child = element.first_child(); child;) {
+    const auto next = child.next_sibling();
+    if (IsText(child) && !std::exchange(keep, false)) element.remove_child(child);
+    child = next;
+  }
+}
+
+}  // namespace
+
 void Document::CheckTree() {
   size_t elements = 0;
   size_t depth = 0;
@@ -120,6 +150,7 @@ void Document::CheckTree() {
       m_root = node;
     }
     if (++elements > sk_maxXmlElements) Fail("there are too many elements", 0);
+    if (node.first_child()) JoinTexts(node);
     if (const pugi::xml_node child = node.first_child()) {
       if (++depth > sk_maxXmlDepth) {
         Fail("elements are nested too deeply", static_cast<size_t>(node.offset_debug()));

@@ -92,6 +92,15 @@ int64_t RegisterCore::Length() {
   return m_pLength->ReadInt({});
 }
 
+size_t RegisterCore::CheckedLength() {
+  const int64_t length = Length();
+  if (length < 0 || length > sk_maxRegisterBytes) {
+    GENAPI_RAISE(OutOfRangeException, m_owner, "%lld is no length of a register",
+                 static_cast<long long>(length));
+  }
+  return static_cast<size_t>(length);
+}
+
 int64_t RegisterCore::Address(bool verify) {
   if (m_terms.empty()) return m_address = m_constant;
   if (m_addressValid && !verify) return m_address;

@@ -194,16 +194,15 @@ double FloatRegNode::OwnMin() {
 // ---- texts and plain bytes ----
 
 std::string StringRegNode::FetchText(ReadMode mode) {
-  const int64_t length = m_core.Length();
-  std::string text(static_cast<size_t>(std::clamp<int64_t>(length, 0, 256 << 20)), '\0');
-  m_core.Read(reinterpret_cast<uint8_t*>(text.data()), length, mode);
+  std::string text(m_core.CheckedLength(), '\0');
+  m_core.Read(reinterpret_cast<uint8_t*>(text.data()), static_cast<int64_t>(text.size()), mode);
   text.resize(std::strlen(text.c_str()));
   return text;
 }
 
 void StringRegNode::StoreText(const std::string& text, bool verify) {
   std::string bytes = text;
-  bytes.resize(static_cast<size_t>(m_core.Length()), '\0');
+  bytes.resize(m_core.CheckedLength(), '\0');
   m_core.Write(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int64_t>(bytes.size()),
                verify);
 }
@@ -211,9 +210,8 @@ void StringRegNode::StoreText(const std::string& text, bool verify) {
 std::string RegisterNode::ReadText(ReadMode mode) {
   NodeMap::ReadDepth depth(m_map, *this);
   CheckReadable();
-  const int64_t length = m_core.Length();
-  std::vector<uint8_t> bytes(static_cast<size_t>(std::clamp<int64_t>(length, 0, 256 << 20)));
-  m_core.Read(bytes.data(), length, mode);
+  std::vector<uint8_t> bytes(m_core.CheckedLength());
+  m_core.Read(bytes.data(), static_cast<int64_t>(bytes.size()), mode);
   std::string text = "0x";
   constexpr char sk_digits[] = "0123456789abcdef";
   for (const uint8_t byte : bytes) {
