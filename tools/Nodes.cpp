@@ -93,7 +93,7 @@ std::vector<std::string> Choices(GenApi::IEnumeration& enumeration) {
 }
 
 std::string NumberText(double value) {
-  return fmt::format("{:.6g}", value);
+  return ValueText(Record(value));
 }
 
 std::string WithUnit(std::string text, const GenICam::gcstring& unit) {

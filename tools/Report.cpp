@@ -4,11 +4,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 #include <vector>
 
 namespace OrvexTools {
 namespace {
+
+// Six significant digits, and no exponent where a person would write none.
+std::string NumberText(double value) {
+  const double size = std::abs(value);
+  return size >= 1e6 && size < 1e15 ? fmt::format("{:.0f}", value) : fmt::format("{:.6g}", value);
+}
 
 bool IsShown(const Record& record, const char* key) {
   const auto entry = record.find(key);
@@ -50,7 +57,7 @@ std::string ValueText(const Record& value) {
     case Record::value_t::boolean:
       return value.get<bool>() ? "yes" : "no";
     case Record::value_t::number_float:
-      return fmt::format("{:.6g}", value.get<double>());
+      return NumberText(value.get<double>());
     case Record::value_t::array: {
       std::string list;
       for (const Record& item : value)

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "tools/Addresses.h"
 #include "tools/Failure.h"
 #include "tools/Nodes.h"
 #include "tools/Stop.h"
@@ -48,7 +49,9 @@ std::vector<CameraFacts> FactsOf(const std::vector<FoundCamera>& cameras) {
 
 }  // namespace
 
-Library::Library(const std::vector<std::string>& unicast) : m_pSystem(Orvex::OpenSystem()) {
+Library::Library(const std::vector<std::string>& unicast) {
+  for (const std::string& address : unicast) ParseIp(address);
+  m_pSystem = Orvex::OpenSystem();
   try {
     for (const std::string& address : unicast)
       m_pSystem->AddUnicastDiscoveryDevice(address.c_str());

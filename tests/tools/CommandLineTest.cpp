@@ -46,6 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UsageCase{"TooManyWords", {"get", "a", "b", "c"}, "get [DEVICE] FEATURE"},
                     UsageCase{"NoSuchPictureKind", {"grab", "-o", "a.jpg"}, ".png, .tiff or .raw"},
                     UsageCase{"NoFrames", {"grab", "-n", "0"}, "--count"},
+                    UsageCase{"NoAddress", {"list", "--unicast", "300.1.1.1"}, "no IPv4 address"},
                     UsageCase{"NoSuchModule", {"features", "--module", "cable"}, "--module"}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -51,7 +51,7 @@ struct Result {
 
 // Runs to the end, at most `patience`.
 Result RunToEnd(const std::filesystem::path& program, std::vector<std::string> arguments,
-           Seconds patience = Seconds(30),
-           const std::filesystem::path& folder = std::filesystem::temp_directory_path());
+                Seconds patience = Seconds(30),
+                const std::filesystem::path& folder = std::filesystem::temp_directory_path());
 
 }  // namespace OrvexTest

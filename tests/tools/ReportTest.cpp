@@ -30,6 +30,13 @@ TEST(Report, AlignsColumnsByWhatIsSeenNotByBytes) {
       "x       2.5 Hz  ok\n");
 }
 
+TEST(Report, WritesNumbersAsPeopleDo) {
+  EXPECT_EQ(ValueText(1e6), "1000000");
+  EXPECT_EQ(ValueText(-2500000.4), "-2500000");
+  EXPECT_EQ(ValueText(0.1), "0.1");
+  EXPECT_EQ(ValueText(1.7976931348623157e308), "1.79769e+308");
+}
+
 TEST(Report, LeavesOutWhatIsEmptyAndKeepsFalseAndZero) {
   const Record record = {{"name", ""}, {"rate", 0}, {"note", false}};
   EXPECT_EQ(Printed(false, [&](const Output& output) { PrintRecord(output, record, sk_fields); }),

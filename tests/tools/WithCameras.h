@@ -53,8 +53,8 @@ class WithCameras : public testing::Test {
   }
 
   Result Example(const char* pName, std::vector<std::string> arguments) {
-    return RunToEnd(std::filesystem::path(ORVEX_BINARY_DIR) / "examples" / pName, std::move(arguments),
-               Seconds(30), m_folder);
+    return RunToEnd(std::filesystem::path(ORVEX_BINARY_DIR) / "examples" / pName,
+                    std::move(arguments), Seconds(30), m_folder);
   }
 
   std::filesystem::path m_folder;
