@@ -9,7 +9,9 @@
 #include <GenApi/GenApi.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
+#include <thread>
 
 #include "SmallMap.h"
 
@@ -156,6 +158,24 @@ TEST_F(ChunkAdapter, IdsFromANodeAreReadAnewForEveryBuffer) {
   map.Set("IdText", "0078");
   adapter.AttachBuffer(frame.data(), int64_t(frame.size()));
   EXPECT_EQ(Value("Named"), 9);
+}
+
+TEST_F(ChunkAdapter, ReadersInOtherThreadsSeeOneFrameOrTheOther) {
+  CChunkAdapterGEV adapter(map.Map._Ptr);
+  Bytes frames[] = {Frame(0x55), Frame(0x66)};
+  adapter.AttachBuffer(frames[0].data(), int64_t(frames[0].size()));
+  std::atomic<bool> isOver{false};
+  std::thread reader([&] {
+    while (!isOver) {
+      const int64_t value = Value("Exposure");
+      EXPECT_TRUE(value == 0x1255 || value == 0x1266) << value;
+      EXPECT_EQ(Value("Gain"), 0x0102);
+    }
+  });
+  for (int i = 0; i < 2000; ++i)
+    adapter.AttachBuffer(frames[i % 2].data(), int64_t(frames[0].size()));
+  isOver = true;
+  reader.join();
 }
 
 TEST_F(ChunkAdapter, LeavesTheMapWithoutPortsWhenItGoes) {

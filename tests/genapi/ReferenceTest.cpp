@@ -60,7 +60,6 @@ struct CameraParams {
   GenApi::CEnumerationTRef<EFormat> Format;
 
  protected:
-  virtual ~CameraParams() = default;
   void _Initialize(GenApi::INodeMap* pNodeMap) {
     Width.SetReference(pNodeMap->GetNode("Width"));
     Gain.SetReference(pNodeMap->GetNode("Gain"));

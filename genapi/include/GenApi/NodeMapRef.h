@@ -47,7 +47,7 @@ class CNodeMapRefT : public TCameraParams {
     if (pNodeMap != _Ptr) Attach(pNodeMap);
     return *this;
   }
-  ~CNodeMapRefT() override = default;
+  virtual ~CNodeMapRefT() = default;
 
   // Lets go of the map.
   void _Destroy() { Share(nullptr); }

@@ -64,7 +64,7 @@ class GENAPI_DECL CFeatureBag : public IPersistScript {
   // Same names, selectors and values in the same order.
   bool operator==(const CFeatureBag& FeatureBag) const;
   // The text that operator<< writes.
-  virtual GENICAM_NAMESPACE::gcstring ToString();
+  virtual GENICAM_NAMESPACE::gcstring ToString() const;
   // Frees an object that was made with new.
   virtual void Destroy();
 

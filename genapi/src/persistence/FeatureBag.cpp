@@ -374,7 +374,7 @@ bool CFeatureBag::operator==(const CFeatureBag& FeatureBag) const {
   return m_pImpl->Entries == FeatureBag.m_pImpl->Entries;
 }
 
-gcstring CFeatureBag::ToString() {
+gcstring CFeatureBag::ToString() const {
   std::ostringstream text;
   text << *this;
   return Gc(text.str());
