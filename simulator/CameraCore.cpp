@@ -2,6 +2,8 @@
 #include "simulator/CameraCore.h"
 
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 #include "gigevision/Bootstrap.h"
@@ -17,6 +19,9 @@ namespace B = GigEVision::Bootstrap;
 
 constexpr uint32_t sk_featureBase = 0x00010000;
 constexpr uint32_t sk_archiveBase = 0x01000000;
+constexpr uint32_t sk_foreignArchiveBase =
+    0xE0000000;  // out of the way of other cameras' registers
+constexpr uint32_t sk_pageBytes = 4096;
 constexpr uint32_t sk_archiveBlock =
     512;  // one register each, so that reads never copy the whole archive
 constexpr const char* sk_archiveName = "Orvex_VirtualCamera_1_0_0.zip";
@@ -58,8 +63,15 @@ CameraCore::CameraCore(CameraOptions options)
   m_eventNotification = &F("EventNotification");
   AddTransportFeatures();
   AddSimulatorFeatures();
-  m_features.Build(m_registers, sk_featureBase);
-  BuildDescription();
+  if (m_options.descriptionFile.empty()) {
+    m_features.Build(m_registers, sk_featureBase);
+    BuildDescription();
+  } else {
+    RegisterMap
+        unused;  // the camera's own features keep working inside, but no address reaches them
+    m_features.Build(unused, sk_featureBase);
+    LoadDescription();
+  }
   m_registers.Seal();
   ApplySettings();
   m_userSets.assign(3, FeatureValues::Of(m_features.Features()));
@@ -75,18 +87,51 @@ void CameraCore::BuildDescription() {
   head.productGuid = "5D9A1E0C-3F64-4B7E-9C51-7A0E62D4B810";
   head.versionGuid = "A1C7F3B2-0D58-4E96-8B23-15E94F6D7C02";
   m_description = m_features.Xml(head);
-  m_archive = ZipOneFile(sk_descriptionName, m_description);
-  const auto length = static_cast<uint32_t>(m_archive.size());
-  m_url = GigEVision::FormatLocalUrl(sk_archiveName, sk_archiveBase, length);
+  ServeArchive(ZipOneFile(sk_descriptionName, m_description), sk_archiveName, sk_archiveBase);
+}
+
+void CameraCore::LoadDescription() {
+  const std::string& path = m_options.descriptionFile;
+  std::ifstream file(path, std::ios::binary);
+  std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(file)),
+                             std::istreambuf_iterator<char>());
+  if (!file || bytes.empty() || bytes.size() > sk_maxDescriptionBytes) {
+    throw std::invalid_argument("cannot read the description '" + path + "'");
+  }
+  m_description.assign(bytes.begin(), bytes.end());
+  ServeArchive(std::move(bytes), path.substr(path.find_last_of('/') + 1), sk_foreignArchiveBase);
+  const auto page = [this](uint32_t address) -> uint8_t* {
+    const auto it = m_pages.find(address / sk_pageBytes);
+    return it == m_pages.end() ? nullptr : it->second.get() + address % sk_pageBytes;
+  };
+  m_registers.SetBacking(
+      [page](uint32_t address, std::span<uint8_t> out) {
+        const uint8_t* bytes = page(address);
+        for (size_t i = 0; i < out.size(); ++i) out[i] = bytes == nullptr ? uint8_t{0} : bytes[i];
+        return Status::Success;
+      },
+      [this, page](uint32_t address, std::span<const uint8_t> in) {
+        if (page(address) == nullptr) {
+          if (m_pages.size() >= sk_foreignMemoryPages) return Status::InvalidAddress;
+          m_pages[address / sk_pageBytes] = std::make_unique<uint8_t[]>(sk_pageBytes);
+        }
+        std::copy(in.begin(), in.end(), page(address));
+        return Status::Success;
+      });
+}
+
+void CameraCore::ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base) {
+  m_url = GigEVision::FormatLocalUrl(name, base, bytes.size());
+  m_archive = std::move(bytes);
   m_archive.resize((m_archive.size() + 3) / 4 * 4, 0);
   for (uint32_t at = 0; at < m_archive.size(); at += sk_archiveBlock) {
     const auto count =
         static_cast<uint32_t>(std::min<size_t>(sk_archiveBlock, m_archive.size() - at));
-    m_registers.Add({sk_archiveBase + at,
+    m_registers.Add({base + at,
                      count,
                      [this, at, count](std::span<uint8_t> out) {
                        std::copy_n(&m_archive[at], count, out.begin());
-                       // The middle of the data: the archive still opens, its file does not.
+                       // Behind the first block: the archive still opens, its file does not.
                        if (at != 0 && F("SimBrokenDescription").Bool()) out[0] ^= 0xFF;
                      },
                      {}});

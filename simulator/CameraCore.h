@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <unordered_map>
 
 #include "simulator/CameraOptions.h"
 #include "simulator/Chunks.h"
@@ -148,6 +149,8 @@ class CameraCore {
   void AddBootstrapRegisters();  // BootstrapRegisters.cpp
   void AddStreamRegisters();
   void BuildDescription();
+  void LoadDescription();
+  void ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);
   void ApplySettings();
   Status WriteScps(uint32_t value);
 
@@ -159,6 +162,7 @@ class CameraCore {
   RegisterMap m_registers;
   std::string m_serial, m_userName, m_url, m_description;
   std::vector<uint8_t> m_archive;
+  std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> m_pages;  // behind a foreign description
   Clock::time_point m_epoch;
   uint64_t m_latched = 0;
   uint32_t m_answerDelayMs = 0;

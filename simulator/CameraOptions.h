@@ -23,6 +23,9 @@ struct CameraOptions {
   uint64_t throughputLimit =
       400'000'000;          // bytes a second, start value of DeviceLinkThroughputLimit
   uint32_t framesKept = 8;  // for resends
+  // A description file (.xml or .zip) to serve in place of the camera's own, as it is. All
+  // registers but those of the standard are plain memory then.
+  std::string descriptionFile;
   // Start values of any features, by name, as texts: {"SimDropRate", "1"}.
   std::vector<std::pair<std::string, std::string>> settings;
 };

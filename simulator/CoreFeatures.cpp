@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The rows that every model has: identity, acquisition, user sets.
 #include <cmath>
+#include <stdexcept>
 
 #include "simulator/CameraCore.h"
 #include "simulator/Faults.h"
@@ -9,7 +10,8 @@ namespace OrvexSim {
 namespace {
 
 constexpr int64_t sk_linkBytesPerSecond = 1'250'000'000;
-constexpr double sk_maxFrameRate = 10000;
+constexpr double sk_minFrameRate = 0.1, sk_maxFrameRate = 10000;
+constexpr uint64_t sk_minThroughput = 1'000'000, sk_maxThroughput = 100'000'000'000;
 
 // A temperature that wanders a little, as real ones do.
 double Temperature(uint64_t now, double base) {
@@ -19,6 +21,14 @@ double Temperature(uint64_t now, double base) {
 }  // namespace
 
 void CameraCore::AddDeviceFeatures() {
+  if (!(m_options.frameRate >= sk_minFrameRate && m_options.frameRate <= sk_maxFrameRate)) {
+    throw std::invalid_argument("the frame rate must be from 0.1 to 10000");
+  }
+  if (m_options.throughputLimit < sk_minThroughput ||
+      m_options.throughputLimit > sk_maxThroughput) {
+    throw std::invalid_argument(
+        "the throughput limit must be from 1000000 to 100000000000 bytes a second");
+  }
   FeatureTable& t = m_features;
   t.Category("DeviceControl", "Identity and state of the camera.");
   t.Enumeration("DeviceType",
@@ -104,7 +114,7 @@ void CameraCore::AddDeviceFeatures() {
       .Expert()
       .Unit("Bps")
       .Size(8)
-      .Range(1'000'000, 100'000'000'000)
+      .Range(sk_minThroughput, sk_maxThroughput)
       .Default(static_cast<int64_t>(m_options.throughputLimit))
       .Docu("Most bytes sent in a second while streaming.");
   t.Integer("DeviceStreamChannelCount")
@@ -191,7 +201,7 @@ void CameraCore::AddDeviceFeatures() {
       .Docu("Whether AcquisitionFrameRate counts; otherwise frames come as fast as possible.");
   t.Float("AcquisitionFrameRate")
       .Unit("Hz")
-      .RealRange(0.1, sk_maxFrameRate)
+      .RealRange(sk_minFrameRate, sk_maxFrameRate)
       .DefaultReal(m_options.frameRate)
       .Docu("Frames a second; longer exposure or a full link lower the rate reached.");
   t.Enumeration("TriggerSelector", {{"FrameStart", 0}})

@@ -2,6 +2,7 @@
 // GVCP behaviour of virtual cameras, asked with bytes laid out by hand.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
 #include <thread>
 
@@ -261,6 +262,36 @@ TEST(Camera, StopsInEveryState) {
     running.camera.Start();
     EXPECT_EQ(host.Read(B::sk_ccp), 0u) << "switched off and on";
   }
+}
+
+TEST(ForeignDescription, IsServedAsItIsOverPlainMemory) {
+  const std::string path = testing::TempDir() + "Other_Camera.xml";
+  const std::string text = "<RegisterDescription>not looked at</RegisterDescription>";
+  std::ofstream(path) << text;
+  OrvexSim::CameraOptions options;
+  options.descriptionFile = path;
+  RunningCamera running(options);
+  Host host(running.camera);
+  const Bytes url = host.ReadMem(B::sk_firstUrl, 64);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(url.data())),
+            "Local:Other_Camera.xml;e0000000;38");
+  const Bytes served = host.ReadMem(0xE0000000, text.size());
+  EXPECT_EQ(std::string(served.begin(), served.end()), text);
+  host.TakeControl();
+  EXPECT_EQ(host.Read(0x00081234), 0u);
+  EXPECT_EQ(host.Write(0x00081234, 77), Status::Success);
+  EXPECT_EQ(host.Read(0x00081234), 77u);
+  // Across the border of two pages.
+  EXPECT_EQ(host.WriteMem(0x30000FFC, Hex("0102030405060708")), Status::Success);
+  EXPECT_EQ(host.ReadMem(0x30000FF8, 16), Hex("00000000 0102030405060708 00000000"));
+  EXPECT_EQ(host.Write(B::sk_version, 1), Status::WriteProtect)
+      << "the standard's registers stay what they are";
+}
+
+TEST(ForeignDescription, ThatCannotBeReadIsRefused) {
+  OrvexSim::CameraOptions options;
+  options.descriptionFile = "/nowhere/at/all.xml";
+  EXPECT_THROW(OrvexSim::VirtualCamera{options}, std::invalid_argument);
 }
 
 }  // namespace
