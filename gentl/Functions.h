@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The names of all functions that a producer may export, for lists made by macro: members of
 // ProducerApi, the binding table of the loader, tests of the exports. Functions of GenTL 1.0
 // and 1.1 are what a consumer cannot do without.
-#pragma once
 
 #define ORVEX_GENTL_REQUIRED_FUNCTIONS(X) \
   X(GCGetInfo)                            \

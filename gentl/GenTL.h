@@ -1,9 +1,9 @@
+#pragma once
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The C interface of GenTL 1.6, for consumers and producers in C and in C++ (namespace GenTL there;
    symbol names are plain either way). Values and layouts are those of the EMVA standard. Every
    function may be called from any thread; strings are zero-terminated and reported sizes include
    the zero. */
-#pragma once
 
 #include <stddef.h>
 #include <stdint.h>

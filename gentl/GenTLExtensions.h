@@ -1,8 +1,8 @@
+#pragma once
 /* SPDX-License-Identifier: Apache-2.0 */
 /* What Orvex' producer offers beyond GenTL 1.6: info commands, an event type, payload types and
    functions. A consumer that meets another producer treats a missing function as one that answers
    GC_ERR_NOT_IMPLEMENTED. */
-#pragma once
 
 #include "gentl/GenTL.h"
 

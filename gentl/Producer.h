@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Finds, loads and binds the GenTL producer of this process. A producer is loaded once and stays
 // loaded until the process ends: its threads and the handles that it gave out outlive any owner
 // that we could name. All functions may be called from any thread.
-#pragma once
 
 #include "gentl/Functions.h"
 #include "gentl/GenTL.h"

@@ -1,9 +1,9 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The GVCP control channel to one camera: request ids, retries, pending acknowledges, register and
 // memory access of whole words. Owned by a Device. Any thread may call: feature accesses follow one
 // another, the heartbeat goes beside them and never waits for one. Whoever waits also receives, so
 // that a plain register read costs no thread switch.
-#pragma once
 
 #include <array>
 #include <atomic>

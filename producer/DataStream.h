@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A data stream module: the announced buffers, the queues they wait in, and the acquisition that
 // fills them. Owned by its Device. Any thread may call; m_eventMutex (of Module) guards buffers,
 // queues and counters, m_controlMutex serialises start and stop and is taken first.
-#pragma once
 
 #include <atomic>
 #include <condition_variable>

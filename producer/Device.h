@@ -1,9 +1,9 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A device module: one camera that this process has opened. Owns the control channel with its
 // heartbeat thread, the remote port, the message channel and the data streams. Owned by its
 // Interface. Any thread may call. Lock order: Device::m_mutex before a stream's mutex before the
 // control channel's.
-#pragma once
 
 #include <array>
 #include <atomic>

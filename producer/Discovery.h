@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Finding cameras on one host interface and giving them a temporary address. Blocking calls without
 // state: any thread.
-#pragma once
 
 #include <chrono>
 #include <span>

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Event objects of GenTL: a queue that consumers wait on, with kills that end exactly one wait
 // each. Owned by the module on which they are registered, found through their handle. All members
 // may be called from any thread.
-#pragma once
 
 #include <condition_variable>
 #include <cstdint>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // What the exported functions share: the state of the library, and the frame around each call. Any
 // thread.
-#pragma once
 
 #include <memory>
 

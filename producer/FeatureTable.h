@@ -1,3 +1,4 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The node map of one producer module: rows of features from which both the description XML
 // (schema 1.1) and the registers behind it are made, so that the two cannot disagree. Owned by its
@@ -7,7 +8,6 @@
 // Registers are little endian: integers, enumerations, booleans and commands take 8 bytes, floats 8
 // (IEEE 754), strings sk_stringBytes. Feature i stands at sk_firstRegister + i * sk_registerStride,
 // the XML text at sk_xmlAddress.
-#pragma once
 
 #include <cstdint>
 #include <functional>

@@ -1,9 +1,9 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Turns stream packets into frames: finds a packet's frame in constant time, puts its bytes at
 // their final place, keeps one bit per packet, asks for lost packets again within bounds, and
 // delivers frames in the order of their block ids. Knows no sockets and no clock of its own.
 // Belongs to the one thread that receives; allocates only while constructed.
-#pragma once
 
 #include <array>
 #include <memory>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // What is known about one received frame; a value that the receiver fills and the buffer keeps
 // until it is queued again.
-#pragma once
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // One frame while it is being received: its packets as bits, and the ranges of packets that are
 // missing. Part of FrameAssembler; belongs to its thread.
-#pragma once
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // How failures travel: inside the producer as GcError, across the C interface as a code, with the
 // text kept per thread for GCGetLastError. Guard is the only place where the two meet. Safe from
 // any thread.
-#pragma once
 
 #include <exception>
 #include <string>

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The one place where info queries write their answer: checks the consumer's pointers, tells the
 // size when the buffer is null, refuses a buffer that is too small, and leaves everything untouched
 // on failure. Belongs to one call.
-#pragma once
 
 #include <cstring>
 #include <span>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // An interface module: one IPv4 address of the host, the cameras that were found there and those
 // that are open. Owned by its System. Any thread may call.
-#pragma once
 
 #include <map>
 

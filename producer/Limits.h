@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Every bound on what a peer, a consumer or the clock may make the producer allocate, send or wait
 // for.
-#pragma once
 
 #include <chrono>
 #include <cstddef>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The camera's message channel: a socket and a thread that acknowledge event commands and hand each
 // event to the Device. Owned by its Device. Open and Close may come from any thread, one at a time.
-#pragma once
 
 #include <atomic>
 #include <mutex>

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // What all modules of the tree share: a port with its description, and events. Owned by its parent
 // and by the handle table; closed once, by its own close function or by the parent's. Any thread
 // may call.
-#pragma once
 
 #include <map>
 #include <memory>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The host's side of the network: its IPv4 interfaces and UDP sockets. Addresses are in host order
 // unless a name says otherwise. Values and owners; each socket belongs to whoever holds it.
-#pragma once
 
 #include <chrono>
 #include <cstdint>

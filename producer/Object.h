@@ -1,9 +1,9 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // What a handle stands for, and the table that knows all handles. A handle is a number, never an
 // address: one that is unknown, closed or of the wrong kind is refused without being touched.
 // Objects stay alive while a call uses them, also when another thread closes them meanwhile. Safe
 // from any thread.
-#pragma once
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Where a stream's packets come from: engines that take many packets for one system call. Belongs
 // to the receiver thread once started.
-#pragma once
 
 #include <memory>
 #include <span>

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The register space of the camera itself, byte by byte: any alignment and length on top of a
 // control channel that moves whole words. Owned by its Device and dies with it. Any thread may
 // call.
-#pragma once
 
 #include <atomic>
 

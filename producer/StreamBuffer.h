@@ -1,9 +1,9 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // An announced buffer: its memory, its place in the stream's queues and what the last frame in it
 // was. Owned by its DataStream. Place, links and frame are guarded by the stream's mutex; the
 // memory belongs to the receiver thread while the buffer is being filled and to the consumer
 // otherwise.
-#pragma once
 
 #include <memory>
 

@@ -1,8 +1,8 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Stream channel 0 over UDP while it runs: the socket, the camera's channel registers, the receiver
 // thread with its packet engine and the frame assembler. Made by DataStream for one acquisition.
 // Start and Stop belong to the caller's thread, the statistics may be read from any.
-#pragma once
 
 #include <atomic>
 #include <mutex>

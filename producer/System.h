@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // The system module: what the producer says about itself, and the host's interfaces. Made by
 // TLOpen, one at a time; owns the interfaces that are open. Any thread may call.
-#pragma once
 
 #include <map>
 

@@ -1,8 +1,8 @@
+#pragma once
 /* SPDX-License-Identifier: Apache-2.0 */
 /* A consumer that speaks C only and knows nothing but the standard header. Each function walks
    through one part of the contract and returns NULL, or a text that says what was wrong; the text
    lives until the next call. */
-#pragma once
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,6 +1,6 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A camera opened through the producer's own modules, with verbs for what the cases do with it.
-#pragma once
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Stream packets laid out by hand, byte by byte as the published standard says; shares nothing with
 // the encoders.
-#pragma once
 
 #include <cstdint>
 #include <vector>

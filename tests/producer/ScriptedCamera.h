@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A camera that consists of a map of registers, served with hand-laid bytes. Cases can look at
 // every request and play tricks with single ones.
-#pragma once
 
 #include <map>
 #include <string>

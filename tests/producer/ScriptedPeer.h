@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A peer on the control port of a loopback address that answers as a case tells it. Bytes in and
 // out are those of the wire; nothing is decoded for the cases.
-#pragma once
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -1,7 +1,7 @@
+#pragma once
 // SPDX-License-Identifier: Apache-2.0
 // A small virtual camera for the cases of this folder, with the addresses of its features taken
 // from its description.
-#pragma once
 
 #include <cstdlib>
 #include <stdexcept>
