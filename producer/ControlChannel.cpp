@@ -90,6 +90,11 @@ ControlChannel::Statistics ControlChannel::GetStatistics() const {
   return m_statistics;
 }
 
+Clock::time_point ControlChannel::LastHeard() const {
+  const std::lock_guard lock(m_mutex);
+  return m_lastHeard;
+}
+
 void ControlChannel::Abort() {
   const std::lock_guard lock(m_mutex);
   m_aborted = true;
@@ -99,6 +104,7 @@ void ControlChannel::Abort() {
 
 void ControlChannel::Dispatch(std::span<const uint8_t> datagram) {
   const auto ack = Gev::DecodeAck(datagram);
+  if (ack) m_lastHeard = Clock::now();
   const auto found =
       !ack ? m_requests.end() : std::ranges::find(m_requests, ack->header.ackId, &Request::id);
   if (found == m_requests.end() || (*found)->done) {

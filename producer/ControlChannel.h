@@ -47,6 +47,9 @@ class ControlChannel {
   // With acknowledge; throws like the others.
   void SendAction(const GigEVision::Action& action);
 
+  // When the camera last answered anything at all, also too late.
+  Clock::time_point LastHeard() const;
+
   // Ends waits of other threads with GC_ERR_IO, now and later.
   void Abort();
 
@@ -80,6 +83,7 @@ class ControlChannel {
   std::vector<Request*> m_requests;
   ControlSettings m_settings;
   Statistics m_statistics;
+  Clock::time_point m_lastHeard{};
   uint16_t m_lastId;
   bool m_receiving = false;
   bool m_aborted = false;

@@ -284,7 +284,13 @@ void Device::Watch() {
 }
 
 void Device::NoteSilence() {
-  if (!m_connected || ++m_silences < sk_heartbeatMisses) return;
+  if (!m_connected) return;
+  // An answer to somebody else, or one that came too late, is a sign of life as well.
+  if (const auto heard = m_channel->LastHeard(); heard > m_silentSince) {
+    m_silentSince = heard;
+    m_silences = 0;
+  }
+  if (++m_silences < sk_heartbeatMisses) return;
   m_connected = false;
   m_remote->SetConnected(false);
   FireModule(sk_eventDeviceLost);
@@ -293,6 +299,7 @@ void Device::NoteSilence() {
 
 void Device::NoteAnswer(uint32_t privilege) {
   m_silences = 0;
+  m_silentSince = Clock::now();
   if (m_flags != DEVICE_ACCESS_READONLY) NoteOwner(privilege);
   if (!m_connected) {
     m_remote->SetConnected(true);

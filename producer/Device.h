@@ -101,7 +101,8 @@ class Device final : public Module {
   std::mutex m_watchMutex;
   std::condition_variable m_watchChanged;
   bool m_stopWatch = false;
-  int m_silences = 0;  // heartbeat thread only
+  int m_silences = 0;  // both belong to the heartbeat thread
+  Clock::time_point m_silentSince{};
 };
 
 }  // namespace OrvexGev

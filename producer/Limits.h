@@ -34,8 +34,8 @@ inline constexpr size_t sk_maxRegistersPerCommand = 64;
 inline constexpr uint64_t sk_maxPortAccess = 256u << 20;  // bytes of one port access
 inline constexpr auto sk_heartbeatInterval =
     300ms;  // at most; a third of the camera's timeout when that is less
-inline constexpr auto sk_heartbeatProbe = 150ms;  // wait for one heartbeat acknowledge
-inline constexpr int sk_heartbeatMisses = 3;      // unanswered in a row: the camera is gone
+inline constexpr auto sk_heartbeatProbe = 110ms;  // wait for one heartbeat acknowledge
+inline constexpr int sk_heartbeatMisses = 5;      // unanswered in a row: the camera is gone
 
 // Events waiting for a consumer that does not fetch them; the oldest are dropped.
 inline constexpr size_t sk_maxQueuedEvents = 1024;
