@@ -111,6 +111,7 @@ class Device : public IDevice {
   void StartImageCallbackThread();
   void StopImageCallbackThread();
   void DropEvent(std::vector<TLEvent*>& events, int stream);
+  bool WaitUntilUnused(const int& users);
 
   IBuffer* WrapBuffer(TLDataStream* pStream, void* hBuffer);
   GenApi::INodeMap* CreateChunkNodeMap();
@@ -146,8 +147,9 @@ class Device : public IDevice {
 
   std::mutex m_chunkMtx;
   std::mutex m_eventUseMtx;
-  std::condition_variable m_eventUnused;
-  int m_eventUsers = 0;  // calls that wait on a new-buffer event; by m_eventUseMtx
+  std::condition_variable m_eventUnused;  // one of the two counts has become 0
+  int m_bufferEventUsers = 0;             // calls that wait on a new-buffer event; by m_eventUseMtx
+  int m_remoteEventUsers = 0;             // calls that wait on the device's event; by m_eventUseMtx
 };
 
 // Empties a stream's queues and revokes its buffers, after a start that failed.

@@ -11,6 +11,7 @@
 #include "Orvex/CompressedImage.h"
 #include "Orvex/CompressedImageExtendedChunk.h"
 #include "Orvex/Device.h"
+#include "Orvex/DeviceEventUse.h"
 #include "Orvex/Image.h"
 #include "Orvex/ImageExtendedChunk.h"
 #include "Orvex/NodeMapUtility.h"
@@ -46,28 +47,6 @@ void DeleteFrame(IBuffer* pBuffer) {
 
 }  // namespace
 
-// A call that waits on a stream's new-buffer event; the event lives until the last of them is back.
-class Device::EventUse {
- public:
-  EventUse(Device& device, size_t stream) : m_device(device) {
-    const std::lock_guard lock(device.m_eventUseMtx);
-    m_pEvent = device.m_hEventNewBuffers.at(stream);
-    if (m_pEvent != nullptr) ++device.m_eventUsers;
-  }
-  EventUse(const EventUse&) = delete;
-  EventUse& operator=(const EventUse&) = delete;
-  ~EventUse() {
-    if (m_pEvent == nullptr) return;
-    const std::lock_guard lock(m_device.m_eventUseMtx);
-    if (--m_device.m_eventUsers == 0) m_device.m_eventUnused.notify_all();
-  }
-  TLEvent* Get() const { return m_pEvent; }
-
- private:
-  Device& m_device;
-  TLEvent* m_pEvent;
-};
-
 IBuffer* Device::GetBuffer(uint64_t timeout) {
   // Kept on purpose: another class than the other operations throw here.
   CHECK_ARG(!m_streams.empty(), DynamicCastException, sk_noStreams);
@@ -78,13 +57,15 @@ IBuffer* Device::GetBuffer(int stream, uint64_t timeout) {
   try {
     GenTL::EVENT_NEW_BUFFER_DATA data{};
     {
-      const EventUse event(*this, static_cast<size_t>(stream));
-      if (event.Get() == nullptr) {
+      TLEvent* pEvent = nullptr;
+      const EventUse use(*this, m_bufferEventUsers,
+                         [&] { pEvent = m_hEventNewBuffers.at(static_cast<size_t>(stream)); });
+      if (pEvent == nullptr) {
         THROW_GENTL_FN(GenTL::GC_ERR_INVALID_HANDLE,
                        "Unable to get buffer data, event handle is NULL", "EventGetData", __func__);
       }
       size_t size = sizeof(data);
-      CHECK_GENTL(event.Get()->GetData(&data, &size, timeout), "Unable to get buffer data",
+      CHECK_GENTL(pEvent->GetData(&data, &size, timeout), "Unable to get buffer data",
                   "EventGetData");
     }
     if (m_streams.empty()) {

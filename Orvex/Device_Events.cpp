@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <utility>
 
 #include "GenApiCustom.h"
 #include "IImage.h"
 #include "Orvex/Buffer.h"
 #include "Orvex/Check.h"
 #include "Orvex/Device.h"
+#include "Orvex/DeviceEventUse.h"
 #include "gentl/GenTLExtensions.h"
 
 namespace Orvex {
@@ -26,33 +29,50 @@ void Device::InitializeEvents() {
   GenTL::EVENT_HANDLE hEvent = nullptr;
   CHECK_GENTL(m_pDevice->RegisterEvent(GenTL::EVENT_REMOTE_DEVICE, &hEvent),
               "Unable to register remote device events", "GCRegisterEvent");
-  m_hEventRemoteDevice = new TLEvent(hEvent);
-  if (GetNodeValue<GenICam::gcstring>(m_pTLDeviceNodeMap, "DeviceType") == "GigEVision")
-    m_pEventAdapter = new GenApi::CEventAdapterGEV(m_pDeviceNodeMap);
+  {
+    auto pEvent = std::make_unique<TLEvent>(hEvent);
+    const std::lock_guard lock(m_eventUseMtx);
+    m_hEventRemoteDevice = pEvent.release();
+  }
+  if (GetNodeValue<GenICam::gcstring>(m_pTLDeviceNodeMap, "DeviceType") != "GigEVision") return;
+  auto pAdapter = std::make_unique<GenApi::CEventAdapterGEV>(m_pDeviceNodeMap);
+  const std::lock_guard lock(m_eventUseMtx);
+  m_pEventAdapter = pAdapter.release();
 }
 
 void Device::DeinitializeEvents() {
   CHECK_GENTL(m_pDevice->UnregisterEvent(GenTL::EVENT_REMOTE_DEVICE),
               "Unable to unregister remote device events", "GCUnregisterEvent");
-  delete m_hEventRemoteDevice;
-  m_hEventRemoteDevice = nullptr;
-  if (m_pEventAdapter == nullptr) return;
-  m_pEventAdapter->DetachNodeMap();
-  delete m_pEventAdapter;
-  m_pEventAdapter = nullptr;
+  TLEvent* pEvent = nullptr;
+  GenApi::CEventAdapter* pAdapter = nullptr;
+  {
+    const std::lock_guard lock(m_eventUseMtx);
+    std::swap(pEvent, m_hEventRemoteDevice);
+    std::swap(pAdapter, m_pEventAdapter);
+  }
+  if (!WaitUntilUnused(m_remoteEventUsers)) return;
+  delete pEvent;
+  if (pAdapter == nullptr) return;
+  pAdapter->DetachNodeMap();
+  delete pAdapter;
 }
 
 void Device::WaitOnEvent(uint64_t timeout) {
-  CHECK_ARG(m_hEventRemoteDevice != nullptr, LogicalErrorException,
+  TLEvent* pEvent = nullptr;
+  GenApi::CEventAdapter* pAdapter = nullptr;
+  const EventUse use(*this, m_remoteEventUsers, [&] {
+    pEvent = m_hEventRemoteDevice;
+    pAdapter = m_pEventAdapter;
+  });
+  CHECK_ARG(pEvent != nullptr, LogicalErrorException,
             "Failure waiting on event because device events not initialized");
-  CHECK_ARG(m_pEventAdapter != nullptr, LogicalErrorException,
+  CHECK_ARG(pAdapter != nullptr, LogicalErrorException,
             "Failure waiting on event because messages of this device type cannot be read");
   std::array<uint8_t, sk_eventMessageSize> message{};
   size_t size = message.size();
-  CHECK_GENTL(m_hEventRemoteDevice->GetData(message.data(), &size, timeout),
-              "Unable to get event data", "EventGetData");
-  m_pEventAdapter->DeliverMessage(message.data(),
-                                  static_cast<uint32_t>(std::min(size, message.size())));
+  CHECK_GENTL(pEvent->GetData(message.data(), &size, timeout), "Unable to get event data",
+              "EventGetData");
+  pAdapter->DeliverMessage(message.data(), static_cast<uint32_t>(std::min(size, message.size())));
 }
 
 bool Device::IsConnected() {

@@ -36,6 +36,7 @@ uint64_t Device::EvsBufferSize() {
 }
 
 void Device::StartStreamEVS(int stream, size_t numBuffers) {
+  ThrowIfInsideCallback("A stream cannot be started from inside an image callback", __func__);
   const std::lock_guard lock(m_streamMutex);
   CHECK_ARG(numBuffers != 0, InvalidArgumentException,
             "Number of acquisition buffers must be 1 or greater");

@@ -160,6 +160,7 @@ void Device::StartStream(size_t numBuffers) {
 }
 
 void Device::StartStream(int stream, size_t numBuffers) {
+  ThrowIfInsideCallback("A stream cannot be started from inside an image callback", __func__);
   const std::lock_guard lock(m_streamMutex);
   CHECK_ARG(numBuffers != 0, InvalidArgumentException,
             "Number of acquisition buffers must be 1 or greater");
@@ -355,15 +356,22 @@ void Device::StopHostAndCamera(int stream, bool evs, const char* function) {
   pStop->Execute(false);
 }
 
-// Waits for calls that still use the event: its registration has ended, so they return.
 void Device::DropEvent(std::vector<TLEvent*>& events, int stream) {
   const auto index = static_cast<size_t>(stream);
   if (index >= events.size()) return;
+  TLEvent* pEvent = nullptr;
+  {
+    const std::lock_guard lock(m_eventUseMtx);
+    pEvent = std::exchange(events[index], nullptr);
+  }
+  if (WaitUntilUnused(m_bufferEventUsers)) delete pEvent;
+}
+
+// Waits for calls that still use an event: its registration has ended, so they return. When they
+// don't, false: what they use is rather lost than freed under their hands.
+bool Device::WaitUntilUnused(const int& users) {
   std::unique_lock lock(m_eventUseMtx);
-  TLEvent* pEvent = std::exchange(events[index], nullptr);
-  const bool unused =
-      m_eventUnused.wait_for(lock, sk_eventReturnTime, [this] { return m_eventUsers == 0; });
-  if (unused) delete pEvent;  // else rather lost than used after its end
+  return m_eventUnused.wait_for(lock, sk_eventReturnTime, [&users] { return users == 0; });
 }
 
 }  // namespace Orvex

@@ -14,10 +14,13 @@ Interface::Interface(TLInterface* pInterface, const GenICam::gcstring& id)
 }
 
 Interface::~Interface() {
-  for (IDevice* pDevice : m_pDevices) {
-    if (auto* pConcrete = dynamic_cast<Device*>(pDevice)) pConcrete->ResetInterface();
+  {
+    const std::lock_guard lock(m_mtxDev);
+    for (IDevice* pDevice : m_pDevices) {
+      if (auto* pConcrete = dynamic_cast<Device*>(pDevice)) pConcrete->ResetInterface();
+    }
+    m_pDevices.clear();
   }
-  m_pDevices.clear();
   DestroyNodeMap(m_pNodeMap);
 }
 

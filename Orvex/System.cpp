@@ -221,7 +221,8 @@ bool System::UpdateDevices(uint64_t timeout) {
   return changed;
 }
 
-Interface* System::FindInterface(uint64_t mac, uint32_t ip) {
+Interface* System::FindInterface(const std::vector<Interface*>& interfaces, uint64_t mac,
+                                 uint32_t ip) {
   const auto matches = [mac, ip](Interface* pInterface) {
     GenApi::INodeMap* pNodeMap = pInterface->GetNodeMap();
     CHECK_ARG(pNodeMap != nullptr, RuntimeException, "TL Interface nodemap is null.");
@@ -230,12 +231,13 @@ Interface* System::FindInterface(uint64_t mac, uint32_t ip) {
            static_cast<uint32_t>(GetNodeValue<int64_t>(pNodeMap, "GevInterfaceSubnetIPAddress")) ==
                ip;
   };
-  const auto found = std::find_if(m_interfaces.begin(), m_interfaces.end(), matches);
-  return found == m_interfaces.end() ? nullptr : *found;
+  const auto found = std::find_if(interfaces.begin(), interfaces.end(), matches);
+  return found == interfaces.end() ? nullptr : *found;
 }
 
 bool System::UpdateDevices(InterfaceInfo info, uint64_t timeout) {
   const std::lock_guard updateLock(m_updateDevsMtx);
+  std::vector<Interface*> interfaces;
   bool interfacesChanged = false;
   {
     // Kept on purpose: this form closes and opens every interface, whatever has changed.
@@ -243,8 +245,9 @@ bool System::UpdateDevices(InterfaceInfo info, uint64_t timeout) {
     CleanupInterfaces();
     interfacesChanged = UpdateInterfaceList(__func__);
     EnumerateInterfaces();
+    interfaces = m_interfaces;
   }
-  Interface* pInterface = FindInterface(info.MacAddress(), info.IpAddress());
+  Interface* pInterface = FindInterface(interfaces, info.MacAddress(), info.IpAddress());
   CHECK_ARG(pInterface != nullptr, LogicalErrorException, "Matching Interface not found");
   bool8_t devicesChanged = false;
   CHECK_GENTL(pInterface->GetTLInterface()->UpdateDeviceList(&devicesChanged, timeout),
@@ -304,7 +307,7 @@ IDevice* System::CreateDevice(DeviceInfo info) {
   const std::lock_guard updateLock(m_updateDevsMtx);
   const std::lock_guard lock(m_ifaceListMtx);
   const DeviceInfo_t& data = *info.m_pData;
-  Interface* pInterface = FindInterface(data.m_ifaceMac, data.m_ifaceIp);
+  Interface* pInterface = FindInterface(m_interfaces, data.m_ifaceMac, data.m_ifaceIp);
   CHECK_ARG(pInterface != nullptr, LogicalErrorException, "Camera Interface not found");
   TLInterface* pTLInterface = pInterface->GetTLInterface();
   GenTL::DEV_HANDLE hDevice = nullptr;
@@ -353,7 +356,8 @@ void System::DestroyDevice(IDevice* pDevice) {
 
 GenApi::INodeMap* System::GetTLInterfaceNodeMap(DeviceInfo info) {
   const std::lock_guard lock(m_ifaceListMtx);
-  Interface* pInterface = FindInterface(info.m_pData->m_ifaceMac, info.m_pData->m_ifaceIp);
+  Interface* pInterface =
+      FindInterface(m_interfaces, info.m_pData->m_ifaceMac, info.m_pData->m_ifaceIp);
   CHECK_ARG(pInterface != nullptr, LogicalErrorException, "Camera Interface not found");
   return pInterface->GetNodeMap();
 }

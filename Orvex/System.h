@@ -55,7 +55,8 @@ class System : public ISystem {
   // Whether the interfaces changed; checked under the given function's name.
   bool UpdateInterfaceList(const char* function);
   // First interface with these addresses (the IPv4 one in host order); null when there is none.
-  Interface* FindInterface(uint64_t mac, uint32_t ip);
+  static Interface* FindInterface(const std::vector<Interface*>& interfaces, uint64_t mac,
+                                  uint32_t ip);
   DeviceInfo QueryDevice(TLInterface* pInterface, const std::string& id);
   using UnicastOperation = GenTL::GC_ERROR (TLInterface::*)(uint32_t);
   void ForEachInterfaceTowards(const GenICam::gcstring& deviceIp, UnicastOperation operation,

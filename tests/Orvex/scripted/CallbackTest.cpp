@@ -166,7 +166,9 @@ TEST_F(ImageCallbacks, CannotBeChangedFromInside) {
     answers = {Thrown([&] { m_pCamera->DeregisterImageCallback(&callback); }),
                Thrown([&] { m_pCamera->DeregisterAllImageCallbacks(); }),
                Thrown([&] { m_pCamera->RegisterImageCallback(&callback); }),
-               Thrown([&] { m_pCamera->StopStream(); }), Thrown([&] { m_pCamera->GetImage(1); })};
+               Thrown([&] { m_pCamera->StopStream(); }),
+               Thrown([&] { m_pCamera->StartStream(1); }),
+               Thrown([&] { m_pCamera->GetImage(1); })};
   };
   m_pCamera->RegisterImageCallback(&callback);
   ASSERT_TRUE(callback.WaitFor(2));
@@ -181,6 +183,9 @@ TEST_F(ImageCallbacks, CannotBeChangedFromInside) {
           PlainError("LogicalErrorException",
                      "A stream cannot be stopped from inside an image callback",
                      "Device.cpp, StopStream"),
+          PlainError("LogicalErrorException",
+                     "A stream cannot be started from inside an image callback",
+                     "Device.cpp, StartStream"),
           PlainError("RuntimeException",
                      "GetImage should not be called while there are registered image "
                      "callbacks",
@@ -387,6 +392,20 @@ TEST_F(Events, ReachTheNodesOfTheCamera) {
             PlainError("LogicalErrorException",
                        "Failure waiting on event because device events not initialized",
                        "Device.cpp, WaitOnEvent"));
+}
+
+TEST_F(Events, EndTheWaitOfAnotherThread) {
+  DescribeEvent();
+  OpenCamera();
+  for (int i = 0; i < 50; ++i) {
+    m_pCamera->InitializeEvents();
+    std::string thrown;
+    std::thread waiting([&] { thrown = Thrown([&] { m_pCamera->WaitOnEvent(10000); }); });
+    if (i % 2 == 0) std::this_thread::yield();
+    m_pCamera->DeinitializeEvents();
+    waiting.join();
+    EXPECT_NE(thrown, "");
+  }
 }
 
 TEST_F(Events, OfOtherDeviceTypesCannotBeRead) {
