@@ -230,6 +230,8 @@ ReceiverSettings DataStream::MakeReceiverSettings() {
   settings.resendWindow = m_resendWindow;
   settings.resend = m_resend != 0;
   settings.resendTries = static_cast<int>(m_resendTries);
+  settings.threadPriority = static_cast<int>(m_threadPriority);
+  settings.threadCore = static_cast<int>(m_threadCore);
   settings.retention = std::chrono::milliseconds(m_retentionMs);
   return settings;
 }
@@ -273,6 +275,10 @@ void DataStream::Start(ACQ_START_FLAGS flags, uint64_t count) {
     m_shortfallReported = m_shortfallReported || report;
   }
   if (report) FireError(GC_ERR_RESOURCE_EXHAUSTED, SocketAdvice());
+  if (!receiver->ThreadAsAsked()) {
+    FireError(GC_ERR_ACCESS_DENIED,
+              "The system does not grant the receiver thread's priority or core");
+  }
 }
 
 void DataStream::Stop(ACQ_STOP_FLAGS flags) {

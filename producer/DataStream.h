@@ -105,6 +105,8 @@ class DataStream final : public Module, public FrameSink {
   int64_t m_resend = 1;
   int64_t m_resendTries = 10;
   int64_t m_retentionMs = 200;
+  int64_t m_threadPriority = 0;
+  int64_t m_threadCore = -1;
   uint64_t m_resendWindow = 0;
   double m_frameRate = 0;
   std::condition_variable m_leaderChanged;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a data stream tells about itself: info commands and node map.
+#include <sched.h>
+
 #include <algorithm>
 
 #include "gigevision/Bootstrap.h"
@@ -150,6 +152,18 @@ void DataStream::AddSettings(FeatureTable& table, DataStream* self) {
                 .Unit("ms")
                 .Range(1, 60000)
                 .Tip("How long an incomplete frame without packets coming is kept."));
+  const auto [getPriority, setPriority] = variable(&DataStream::m_threadPriority);
+  table.Add(Feature::Integer("StreamThreadPriority", getPriority, setPriority)
+                .In(reception)
+                .Guru()
+                .Range(0, 99)
+                .Tip("Real-time priority of the receiver thread from the next start, 0 for none."));
+  const auto [getCore, setCore] = variable(&DataStream::m_threadCore);
+  table.Add(Feature::Integer("StreamThreadCore", getCore, setCore)
+                .In(reception)
+                .Guru()
+                .Range(-1, CPU_SETSIZE - 1)
+                .Tip("Processor core of the receiver thread from the next start, -1 for any."));
   table.Add(Feature::Integer("StreamSocketBufferSize",
                              [self] {
                                const auto receiver = self->Receiver();

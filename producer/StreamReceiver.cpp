@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -187,6 +188,23 @@ void StreamReceiver::Start() {
     throw;
   }
   pthread_setname_np(m_thread.native_handle(), "gev-stream");
+  m_threadAsAsked = PlaceThread();
+}
+
+bool StreamReceiver::PlaceThread() {
+  bool granted = true;
+  if (m_settings.threadPriority > 0) {
+    const sched_param parameter{m_settings.threadPriority};
+    granted = pthread_setschedparam(m_thread.native_handle(), SCHED_FIFO, &parameter) == 0;
+  }
+  if (m_settings.threadCore >= 0) {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(static_cast<size_t>(m_settings.threadCore), &cores);
+    granted =
+        pthread_setaffinity_np(m_thread.native_handle(), sizeof cores, &cores) == 0 && granted;
+  }
+  return granted;
 }
 
 void StreamReceiver::Stop(bool kill) {

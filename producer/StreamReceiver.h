@@ -25,6 +25,8 @@ struct ReceiverSettings {
   bool resend = true;
   int resendTries = 10;
   std::chrono::milliseconds retention{200};
+  int threadPriority = 0;  // of SCHED_FIFO, 0 = none
+  int threadCore = -1;     // -1 = any
 };
 
 class StreamReceiver final : private PacketHandler {
@@ -40,6 +42,8 @@ class StreamReceiver final : private PacketHandler {
   AssemblerStatistics Statistics() const;
   SourceStatistics SourceStats() const;
   Engine UsedEngine() const { return m_engine; }
+  // False when the system did not grant the priority or the core that were asked for.
+  bool ThreadAsAsked() const { return m_threadAsAsked; }
   size_t PacketSize() const { return m_packetSize; }
   size_t BufferWanted() const { return m_bufferWanted; }
   size_t BufferGranted() const { return m_bufferGranted; }
@@ -51,6 +55,7 @@ class StreamReceiver final : private PacketHandler {
   void NegotiatePacketSize(uint32_t current);
   bool TestPacketArrives(uint32_t sizeRegister, size_t size);
   void PickEngine();
+  bool PlaceThread();
   void Run();
 
   Device& m_device;
@@ -68,6 +73,7 @@ class StreamReceiver final : private PacketHandler {
   bool m_extendedIds = false;
   bool m_bigEndianPixels = false;
   bool m_channelOpen = false;
+  bool m_threadAsAsked = true;
   size_t m_bufferWanted = 0;
   size_t m_bufferGranted = 0;
   mutable std::mutex m_statisticsMutex;
