@@ -91,7 +91,10 @@ void DescriptionPrinter::Common(const Feature& feature) {
 }
 
 void DescriptionPrinter::Invalidators(const Feature& feature) {
-  for (const std::string& name : feature.m_dependsOn) Element("pInvalidator", name);
+  // Rows that all models share name features that only some models have.
+  for (const std::string& name : feature.m_dependsOn) {
+    if (m_table.Find(name) != nullptr) Element("pInvalidator", name);
+  }
   if (feature.Stored() && m_table.Find("UserSetLoad") != nullptr)
     Element("pInvalidator", std::string("UserSetLoad"));
 }
