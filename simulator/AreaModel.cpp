@@ -45,6 +45,10 @@ void AreaModel::AddFeatures(CameraCore& camera) {
   m_exposure = &camera.F("ExposureTime");
 }
 
+const PixelFormat* AreaModel::PaintedFormat() const {
+  return FindPixelFormat(PixelFormatValue());
+}
+
 size_t AreaModel::PayloadBytes() const {
   return RowBytes(*FindPixelFormat(PixelFormatValue()), Width()) * Height();
 }
@@ -61,7 +65,7 @@ void AreaModel::TakeSettings() {
   m_settings.brightness =
       m_exposure->Real() / sk_nominalExposure * std::pow(10.0, m_gain->Real() / 20);
   m_settings.pattern = static_cast<TestPattern>(m_pattern->Int());
-  m_settings.format = FindPixelFormat(PixelFormatValue());
+  m_settings.format = PaintedFormat();
   m_fields = LeaderFields();
 }
 

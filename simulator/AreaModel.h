@@ -18,6 +18,8 @@ class AreaModel : public RegionModel {
  protected:
   std::vector<EnumEntry> FormatEntries() const override;
   void AddFormatFeatures(CameraCore& camera) override;
+  // The format that frames are painted in.
+  virtual const PixelFormat* PaintedFormat() const;
 
  private:
   Feature* m_pattern = nullptr;

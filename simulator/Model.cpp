@@ -2,6 +2,8 @@
 #include "simulator/Model.h"
 
 #include "simulator/AreaModel.h"
+#include "simulator/EventModel.h"
+#include "simulator/QoiModel.h"
 #include "simulator/SampleModel.h"
 
 namespace OrvexSim {
@@ -19,6 +21,8 @@ const SampleModelRow* const* SampleRows(size_t& count) {
 
 std::unique_ptr<Model> MakeModel(const std::string& name) {
   if (name == "area") return std::make_unique<AreaModel>();
+  if (name == "qoi") return std::make_unique<QoiModel>();
+  if (name == "event") return std::make_unique<EventModel>();
   size_t count = 0;
   const SampleModelRow* const* rows = SampleRows(count);
   for (size_t i = 0; i < count; ++i) {
@@ -28,7 +32,7 @@ std::unique_ptr<Model> MakeModel(const std::string& name) {
 }
 
 std::vector<std::string> ModelNames() {
-  std::vector<std::string> names = {"area"};
+  std::vector<std::string> names = {"area", "qoi", "event"};
   size_t count = 0;
   const SampleModelRow* const* rows = SampleRows(count);
   for (size_t i = 0; i < count; ++i) names.push_back(rows[i]->option);

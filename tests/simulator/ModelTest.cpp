@@ -66,7 +66,7 @@ TEST(Models, SendFramesOfTheSizeOfEachFormat) {
       const ReceivedFrame frame = rig.First();
       ASSERT_TRUE(frame.complete) << model << std::hex << format;
       EXPECT_EQ(frame.leader.image.pixelFormat, format);
-      if ((format & 0xFF00FE00) != 0x81000A00 && (format & 0xFF00FF00) != 0x82000A00) {
+      if (model != "qoi") {
         EXPECT_EQ(frame.data.size(), 64u * 16 * (format >> 16 & 0xFF) / 8)
             << model << std::hex << format;
       }
