@@ -64,7 +64,8 @@ void CheckImageData(IImage* pImage) {
 }
 
 std::unique_ptr<uint8_t[]> AllocateBytes(size_t size) {
-  uint8_t* pBytes = new (std::nothrow) uint8_t[std::max<size_t>(size, 1)];
+  uint8_t* pBytes =
+      size <= sk_maxImageBytes ? new (std::nothrow) uint8_t[std::max<size_t>(size, 1)] : nullptr;
   CHECK_ARG(pBytes, BadAllocException,
             "Unable to allocate " + std::to_string(size) + " bytes for image");
   return std::unique_ptr<uint8_t[]>(pBytes);
