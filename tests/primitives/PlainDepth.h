@@ -161,6 +161,7 @@ constexpr bool IsYuv(Packing packing) {
 
 inline void Run(Packing from, Packing to, const uint8_t* src, uint8_t* dst, uint32_t width,
                 uint32_t height) {
+  if (width == 0 || height == 0) return;
   (IsYuv(from) ? Regroup : Change)(from, to, src, dst, width, height);
 }
 
