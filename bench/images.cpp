@@ -82,8 +82,10 @@ struct Mode {
   int threads;
 };
 constexpr Mode sk_modes[] = {{", one thread", 1}, {", all threads", 0}};
+Bench::Clock g_clock = Bench::Clock::Thread;
 
 void Use(const Mode& mode) {
+  g_clock = mode.threads == 1 ? Bench::Clock::Thread : Bench::Clock::Wall;
   Primitives::SetRowThreads(unsigned(mode.threads));
   cv::setNumThreads(mode.threads == 0 ? int(Primitives::RowThreads()) : mode.threads);
 }
@@ -116,14 +118,14 @@ class Images {
   // A row in bytes read and written, against memcpy of as many on one thread.
   void AgainstCopy(const std::string& name, size_t bytes, const std::function<void()>& work,
                    double goal) {
-    const auto [ours, copy] =
-        Medians(work, [&] { std::memcpy(m_copy.data(), m_in.data(), bytes / 2); });
+    const auto [ours, copy] = Medians(
+        work, [&] { std::memcpy(m_copy.data(), m_in.data(), bytes / 2); }, g_clock);
     m_rows.Add(name, double(bytes) / ours / 1e9, "GB/s", "memcpy of as many bytes", copy / ours,
                goal);
   }
   void AgainstPeer(const std::string& name, const char* peer, const std::function<void()>& work,
                    const std::function<void()>& theirs, double goal) {
-    const auto [ours, other] = Medians(work, theirs);
+    const auto [ours, other] = Medians(work, theirs, g_clock);
     m_rows.Add(name, double(sk_pixels) / ours / 1e6, "MP/s", peer, other / ours, goal);
   }
 
@@ -193,7 +195,7 @@ class Images {
                                m_out.data(), 3 * sk_width, ippiBayerRGGB, tmp.data(), sk_width + 6);
     };
     std::vector<double> seconds;
-    for (int i = 0; i < 9; ++i) seconds.push_back(Bench::Seconds(adaptive));
+    for (int i = 0; i < 9; ++i) seconds.push_back(Bench::Seconds(adaptive, g_clock));
     const double rate = double(sk_pixels) / Bench::MedianOf(seconds) / 1e6;
     m_rows.Add("Bayer 8 to RGB8, adaptive" + name, rate, "MP/s", "100 MP/s a core",
                rate / 100 / (mode.threads == 1 ? 1 : Primitives::RowThreads()), 1.0);
@@ -324,7 +326,7 @@ class Images {
           Orvex::qoi_desc desc;
           std::free(Orvex::qoi_grey_decode(grey, greySize, &desc, 1));
         },
-        decode);
+        decode, g_clock);
     const double rate = double(sk_pixels) / seconds;
     m_rows.Add("QOI grey decode", rate / 1e6, "MB/s", "QOI reference in colour, a byte out",
                rate / (3 * double(sk_pixels) / reference), 1.2);
@@ -336,7 +338,7 @@ class Images {
     const size_t size = sk_pixels;
     volatile uint64_t sink = 0;
     const auto [ours, zlib] = Medians([&] { sink = CalculateCRC32(m_in.data(), size); },
-                                      [&] { sink = crc32(0, m_in.data(), uInt(size)); });
+                                      [&] { sink = crc32(0, m_in.data(), uInt(size)); }, g_clock);
     m_rows.Add("CRC-32 of a frame", double(size) / ours / 1e6, "MB/s", "zlib", zlib / ours);
   }
 
