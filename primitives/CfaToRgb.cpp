@@ -14,10 +14,19 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvex::Primitives::HWY_NAMESPACE {
 
+// Two pixels that lie side by side share a lane, the even one in its lower half: of each such pair
+// of a mosaic line one is green and one is red or blue, so that nothing is computed where it is
+// known.
 template <class T>
 class CfaWorker {
-  using L = LaneOf<T>;
-  using D = hn::ScalableTag<L>;
+  using S = LaneOf<T>;                // one value
+  using P = std::make_unsigned_t<S>;  // a pair of samples
+  using D = hn::ScalableTag<S>;
+  using DP = hn::ScalableTag<P>;
+  using DT = hn::ScalableTag<T>;
+  using V = hn::VFromD<D>;
+  using VP = hn::VFromD<DP>;
+  static constexpr int sk_bits = 8 * sizeof(T);
 
  public:
   // Converts the lines [first, last) of the region. False when memory is short.
@@ -39,19 +48,32 @@ class CfaWorker {
  private:
   explicit CfaWorker(const MosaicJob<T>& job) : m_job(job) {
     const int width = job.region.width;
-    uint8_t* at =
-        ThreadScratch(decltype(m_raw)::Bytes(width) + 2 * decltype(m_green)::Bytes(width));
+    uint8_t* at = ThreadScratch(decltype(m_raw)::Bytes(width) + decltype(m_green)::Bytes(width) +
+                                decltype(m_difference)::Bytes(width));
     m_ready = at != nullptr;
     if (!m_ready) return;
+    at = m_difference.Place(at, width);
     at = m_raw.Place(at, width);
-    at = m_green.Place(at, width);
-    m_difference.Place(at, width);
+    m_green.Place(at, width);
   }
 
-  void Load(int y) { LoadMosaicLine(m_job, y, 4, m_raw[y]); }
+  void Load(int y) { CopyMosaicLine(m_job, y, 6, m_raw[y]); }
 
-  // Green of line y everywhere, and the measured colour minus green (zero where green is measured),
-  // two samples wider than the region.
+  static HWY_INLINE VP Pairs(const T* line, int pair) {
+    return hn::BitCast(DP(), hn::LoadU(DT(), line + 2 * pair));
+  }
+  static HWY_INLINE V Even(VP pairs) {
+    return hn::BitCast(D(), hn::And(pairs, hn::Set(DP(), P(T(~T(0))))));
+  }
+  static HWY_INLINE V Odd(VP pairs) { return hn::BitCast(D(), hn::ShiftRight<sk_bits>(pairs)); }
+  static HWY_INLINE VP Join(V even, V odd) {
+    return hn::Or(hn::BitCast(DP(), even), hn::ShiftLeft<sk_bits>(hn::BitCast(DP(), odd)));
+  }
+  static HWY_INLINE V Clamped(V v) {
+    return hn::Min(hn::Max(v, hn::Zero(D())), hn::Set(D(), hwy::HighestValue<T>()));
+  }
+
+  // Green of line y, and the measured colour minus green, one pair wider than the region.
   void Green(int y) {
     if (ColourInEvenLanes(m_job, y))
       GreenOf<true>(y);
@@ -62,61 +84,87 @@ class CfaWorker {
   template <bool ColourIsEven>
   HWY_INLINE void GreenOf(int y) {
     const D d;
-    const int n = int(hn::Lanes(d));
-    const L* HWY_RESTRICT row = m_raw[y];
-    const L *up1 = m_raw[y - 1], *up2 = m_raw[y - 2], *down1 = m_raw[y + 1], *down2 = m_raw[y + 2];
-    L* HWY_RESTRICT green = m_green[y];
-    L* HWY_RESTRICT difference = m_difference[y];
-    const auto two = hn::Set(d, 2), top = hn::Set(d, hwy::HighestValue<T>()), zero = hn::Zero(d);
-    for (int x = -2; x < m_job.region.width + 2; x += n) {
-      const auto c = hn::LoadU(d, row + x);
-      const auto c2 = hn::Add(c, c);
-      const auto l = hn::LoadU(d, row + x - 1), r = hn::LoadU(d, row + x + 1);
-      const auto u = hn::LoadU(d, up1 + x), b = hn::LoadU(d, down1 + x);
-      const auto bendH = hn::Sub(c2, hn::Add(hn::LoadU(d, row + x - 2), hn::LoadU(d, row + x + 2)));
-      const auto bendV = hn::Sub(c2, hn::Add(hn::LoadU(d, up2 + x), hn::LoadU(d, down2 + x)));
-      const auto changeH = hn::Add(hn::Abs(hn::Sub(l, r)), hn::Abs(bendH));
-      const auto changeV = hn::Add(hn::Abs(hn::Sub(u, b)), hn::Abs(bendV));
+    const int n = int(hn::Lanes(d)), last = (m_job.region.width + 1) / 2;
+    const T *row = m_raw[y], *up1 = m_raw[y - 1], *up2 = m_raw[y - 2], *down1 = m_raw[y + 1],
+            *down2 = m_raw[y + 2];
+    T* HWY_RESTRICT green = m_green[y];
+    S* HWY_RESTRICT difference = m_difference[y];
+    // The half of a pair that holds the colour in this line, and green in those above and below.
+    const auto here = [](VP pairs) HWY_ATTR { return ColourIsEven ? Even(pairs) : Odd(pairs); };
+    for (int i = -1; i <= last; i += n) {
+      const VP before = Pairs(row, i - 1), mid = Pairs(row, i), after = Pairs(row, i + 1);
+      const V c = here(mid), c2 = hn::Add(c, c);
+      const V l = ColourIsEven ? Odd(before) : Even(mid), r = ColourIsEven ? Odd(mid) : Even(after);
+      const V u = here(Pairs(up1, i)), b = here(Pairs(down1, i));
+      const V bendH = hn::Sub(c2, hn::Add(here(before), here(after)));
+      const V bendV = hn::Sub(c2, hn::Add(here(Pairs(up2, i)), here(Pairs(down2, i))));
+      const V changeH = hn::Add(hn::Abs(hn::Sub(l, r)), hn::Abs(bendH));
+      const V changeV = hn::Add(hn::Abs(hn::Sub(u, b)), hn::Abs(bendV));
       // Four times the green value along each direction and their mean.
-      const auto alongH = hn::Add(hn::ShiftLeft<1>(hn::Add(l, r)), bendH);
-      const auto alongV = hn::Add(hn::ShiftLeft<1>(hn::Add(u, b)), bendV);
-      const auto both = hn::ShiftRight<1>(hn::Add(alongH, alongV));
-      const auto chosen = hn::IfThenElse(hn::Lt(changeH, changeV), alongH,
-                                         hn::IfThenElse(hn::Lt(changeV, changeH), alongV, both));
-      const auto value = hn::Min(hn::Max(hn::ShiftRight<2>(hn::Add(chosen, two)), zero), top);
-      const auto full = ColourIsEven ? hn::OddEven(c, value) : hn::OddEven(value, c);
-      hn::StoreU(full, d, green + x);
-      hn::StoreU(hn::Sub(c, full), d, difference + x);
+      const V alongH = hn::Add(hn::ShiftLeft<1>(hn::Add(l, r)), bendH);
+      const V alongV = hn::Add(hn::ShiftLeft<1>(hn::Add(u, b)), bendV);
+      const V both = hn::ShiftRight<1>(hn::Add(alongH, alongV));
+      const V chosen = hn::IfThenElse(hn::Lt(changeH, changeV), alongH,
+                                      hn::IfThenElse(hn::Lt(changeV, changeH), alongV, both));
+      const V value = Clamped(hn::ShiftRight<2>(hn::Add(chosen, hn::Set(d, 2))));
+      const VP full = ColourIsEven ? Join(value, Odd(mid)) : Join(Even(mid), value);
+      hn::StoreU(hn::BitCast(DT(), full), DT(), green + 2 * i);
+      hn::StoreU(hn::Sub(c, value), d, difference + i);
     }
   }
 
-  // The difference lines are zero where green is measured, so one weighted sum serves all four
-  // kinds of pixel.
-  HWY_INLINE void Output(int y) {
+  void Output(int y) {
+    if (ColourInEvenLanes(m_job, y))
+      OutputOf<true>(y);
+    else
+      OutputOf<false>(y);
+  }
+
+  // Where a colour is not measured it is green plus the mean difference around: of two neighbours
+  // in the line or the column, or of four diagonal ones.
+  template <bool ColourIsEven>
+  HWY_INLINE void OutputOf(int y) {
     const D d;
     const int n = int(hn::Lanes(d)), width = m_job.region.width;
-    const L* HWY_RESTRICT green = m_green[y];
-    const L *own = m_difference[y], *up = m_difference[y - 1], *down = m_difference[y + 1];
-    const auto one = hn::Set(d, 1), two = hn::Set(d, 2);
+    const T *row = m_raw[y], *green = m_green[y];
+    const S *own = m_difference[y], *up = m_difference[y - 1], *down = m_difference[y + 1];
+    // Pairs whose colours lie to the left and to the right of this pair's green, and of its colour
+    // in the other lines.
+    constexpr int sk_left = ColourIsEven ? 0 : -1, sk_right = sk_left + 1;
+    constexpr int sk_otherLeft = ColourIsEven ? -1 : 0, sk_otherRight = sk_otherLeft + 1;
     const bool redLine = IsRedLine(m_job, y);
     T* out = m_job.Out(y);
-    for (int x = 0; x < width; x += n) {
-      const auto at = [&](const L* line, int i) { return hn::LoadU(d, line + x + i); };
-      const auto g = at(green, 0);
-      const auto own2 = hn::Add(hn::Add(at(own, -1), at(own, 1)), hn::ShiftLeft<1>(at(own, 0)));
-      const auto other4 =
-          hn::Add(hn::Add(hn::Add(at(up, -1), at(up, 1)), hn::Add(at(down, -1), at(down, 1))),
-                  hn::ShiftLeft<1>(hn::Add(at(up, 0), at(down, 0))));
-      const auto ownColour = hn::Add(g, hn::ShiftRight<1>(hn::Add(own2, one)));
-      const auto otherColour = hn::Add(g, hn::ShiftRight<2>(hn::Add(other4, two)));
-      StoreRgb(d, redLine ? ownColour : otherColour, g, redLine ? otherColour : ownColour,
-               out + size_t(x) * 3, width - x);
+    for (int i = 0; 2 * i < width; i += n) {
+      const auto at = [i](const S* line, int pair)
+                          HWY_ATTR { return hn::LoadU(D(), line + i + pair); };
+      const VP raw = Pairs(row, i), full = Pairs(green, i);
+      const V measured = ColourIsEven ? Even(raw) : Odd(raw);
+      const V greenAtGreen = ColourIsEven ? Odd(full) : Even(full),
+              greenAtColour = ColourIsEven ? Even(full) : Odd(full);
+      const V one = hn::Set(d, 1), two = hn::Set(d, 2);
+      const V ownSum = hn::Add(at(own, sk_left), at(own, sk_right));
+      const V ownAtGreen = Clamped(hn::Add(greenAtGreen, hn::ShiftRight<1>(hn::Add(ownSum, one))));
+      const V left = hn::Add(at(up, sk_otherLeft), at(down, sk_otherLeft));
+      const V right = hn::Add(at(up, sk_otherRight), at(down, sk_otherRight));
+      const V column = ColourIsEven ? right : left;
+      const V otherAtGreen =
+          Clamped(hn::Add(greenAtGreen, hn::ShiftRight<1>(hn::Add(column, one))));
+      const V otherAtColour =
+          Clamped(hn::Add(greenAtColour, hn::ShiftRight<2>(hn::Add(hn::Add(left, right), two))));
+      const VP ownPairs = ColourIsEven ? Join(measured, ownAtGreen) : Join(ownAtGreen, measured);
+      const VP otherPairs =
+          ColourIsEven ? Join(otherAtColour, otherAtGreen) : Join(otherAtGreen, otherAtColour);
+      const DT dt;
+      const auto r = hn::BitCast(dt, redLine ? ownPairs : otherPairs),
+                 b = hn::BitCast(dt, redLine ? otherPairs : ownPairs);
+      StorePixels(dt, r, hn::BitCast(dt, full), b, out + size_t(i) * 6, width - 2 * i);
     }
   }
 
   const MosaicJob<T>& m_job;
-  LineRing<L, 8> m_raw;
-  LineRing<L, 4> m_green, m_difference;
+  LineRing<T, 8> m_raw;
+  LineRing<T, 4> m_green;
+  LineRing<S, 4> m_difference;  // by pairs
   bool m_ready = false;
 };
 

@@ -6,6 +6,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstring>
 
 HWY_BEFORE_NAMESPACE();
@@ -35,11 +36,10 @@ HWY_INLINE void RunRow(const RowParams& params, const uint8_t* HWY_RESTRICT src,
                        uint8_t* HWY_RESTRICT dst, size_t n) {
   const size_t step = Op::Pixels();
   size_t x = 0;
-  while (n * Op::sk_in >= x * Op::sk_in + Op::Read() &&
-         n * Op::sk_out >= x * Op::sk_out + Op::Write()) {
-    Op::Run(params, src + x * Op::sk_in, dst + x * Op::sk_out);
-    x += step;
-  }
+  // Blocks that lie inside the line with all that they read and write.
+  const size_t reach = std::max((Op::Read() + Op::sk_in - 1) / Op::sk_in,
+                                (Op::Write() + Op::sk_out - 1) / Op::sk_out);
+  for (; x + reach <= n; x += step) Op::Run(params, src + x * Op::sk_in, dst + x * Op::sk_out);
   while (x < n) {
     uint8_t in[8 * sk_vector] = {}, out[8 * sk_vector];
     const size_t part = n - x < step ? n - x : step;
@@ -165,19 +165,34 @@ struct RgbToGrey16C3 : Exact<6, 2> {
 // ---- Channel order
 // ---------------------------------------------------------------------------------------------------
 
-// Moves bytes within pixels by a table for as many pixels as fit 16 bytes on both sides.
+// Moves bytes within pixels by a table: as many pixels as fit 16 bytes on both sides, four times.
 template <size_t In, size_t Out>
 struct Shuffle : Exact<In, Out> {
-  static size_t Pixels() { return 16 / (In > Out ? In : Out); }
-  static size_t Read() { return 16; }
-  static size_t Write() { return 16; }
-  static HWY_INLINE void Run(const RowParams& params, const uint8_t* src, uint8_t* dst) {
+  static constexpr size_t sk_part = 16 / (In > Out ? In : Out);
+  static size_t Pixels() { return 4 * sk_part; }
+  static size_t Read() { return 3 * sk_part * In + 16; }
+  static size_t Write() { return 3 * sk_part * Out + 16; }
+  static HWY_INLINE void Run(const RowParams& params, const uint8_t* src,
+                             uint8_t* HWY_RESTRICT dst) {
     const Block8 d;
     const ShuffleTable& table = *params.table;
-    auto v = hn::Or(hn::TableLookupBytesOr0(hn::LoadU(d, src), hn::Load(d, table.at)),
-                    hn::Load(d, table.fill));
-    if (table.keepsAny) v = hn::Or(v, hn::And(hn::LoadU(d, dst), hn::Load(d, table.keep)));
-    hn::StoreU(v, d, dst);
+    const auto at = hn::Load(d, table.at), fill = hn::Load(d, table.fill),
+               keep = hn::Load(d, table.keep);
+    const auto part = [&](size_t i) HWY_ATTR {
+      return hn::Or(hn::TableLookupBytesOr0(hn::LoadU(d, src + i * sk_part * In), at), fill);
+    };
+    if (HWY_UNLIKELY(table.keepsAny)) {
+      for (size_t i = 0; i < 4; ++i) {
+        uint8_t* out = dst + i * sk_part * Out;
+        hn::StoreU(hn::Or(part(i), hn::And(hn::LoadU(d, out), keep)), d, out);
+      }
+      return;
+    }
+    const auto a = part(0), b = part(1), c = part(2), e = part(3);
+    hn::StoreU(a, d, dst);
+    hn::StoreU(b, d, dst + sk_part * Out);
+    hn::StoreU(c, d, dst + 2 * sk_part * Out);
+    hn::StoreU(e, d, dst + 3 * sk_part * Out);
   }
 };
 using Shuffle3To3 = Shuffle<3, 3>;

@@ -47,7 +47,19 @@ struct LineRing {
   }
 };
 
-// Line y of the region (mirrored outside the mosaic), widened, with `margin` more samples on either
+// Line y of the region (mirrored outside the mosaic) with `margin` more samples on either side.
+template <class T>
+HWY_INLINE void CopyMosaicLine(const MosaicJob<T>& job, int y, int margin, T* HWY_RESTRICT line) {
+  const T* row = job.Row(Mirror(job.region.y + y, job.srcSize.height));
+  const int first = job.region.x, width = job.region.width;
+  std::memcpy(line, row + first, size_t(width) * sizeof(T));
+  for (int i = 1; i <= margin; ++i) {
+    line[-i] = SampleAt(row, Mirror(first - i, job.srcSize.width));
+    line[width - 1 + i] = SampleAt(row, Mirror(first + width - 1 + i, job.srcSize.width));
+  }
+}
+
+// The same, widened, with `margin` more samples on either
 // side.
 template <class T, class L>
 HWY_INLINE void LoadMosaicLine(const MosaicJob<T>& job, int y, int margin, L* HWY_RESTRICT line) {
@@ -78,20 +90,24 @@ HWY_INLINE bool IsRedLine(const MosaicJob<T>& job, int y) {
   return ((job.region.y + y) & 1) == job.redRow;
 }
 
-// Narrows three colours with saturation and stores them as `count` pixels, at most one vector's
-// lanes.
-template <class D, class V = hn::VFromD<D>, class T>
-HWY_INLINE void StoreRgb(D d, V r, V g, V b, T* HWY_RESTRICT out, int count) {
-  const hn::Rebind<T, D> dSample;
-  const auto r1 = hn::DemoteTo(dSample, r), g1 = hn::DemoteTo(dSample, g),
-             b1 = hn::DemoteTo(dSample, b);
+// Stores `count` pixels, at most one vector's lanes.
+template <class DT, class V, class T>
+HWY_INLINE void StorePixels(DT d, V r, V g, V b, T* HWY_RESTRICT out, int count) {
   if (HWY_LIKELY(count >= int(hn::Lanes(d)))) {
-    hn::StoreInterleaved3(r1, g1, b1, dSample, out);
+    hn::StoreInterleaved3(r, g, b, d, out);
   } else {
-    HWY_ALIGN T last[3 * hn::MaxLanes(dSample)];
-    hn::StoreInterleaved3(r1, g1, b1, dSample, last);
+    HWY_ALIGN T last[3 * hn::MaxLanes(d)];
+    hn::StoreInterleaved3(r, g, b, d, last);
     std::memcpy(out, last, size_t(count) * 3 * sizeof(T));
   }
+}
+
+// The same of wider lanes, narrowed with saturation.
+template <class D, class V = hn::VFromD<D>, class T>
+HWY_INLINE void StoreRgb(D, V r, V g, V b, T* HWY_RESTRICT out, int count) {
+  const hn::Rebind<T, D> dSample;
+  StorePixels(dSample, hn::DemoteTo(dSample, r), hn::DemoteTo(dSample, g), hn::DemoteTo(dSample, b),
+              out, count);
 }
 
 }  // namespace Orvex::Primitives::HWY_NAMESPACE
