@@ -9,6 +9,7 @@
 
 #include "Fixture.h"
 #include "GenApiCustom.h"
+#include "Orvex/NodeMapUtility.h"
 
 namespace {
 
@@ -151,6 +152,18 @@ TEST_F(CameraOpening, AsksForTheUrlTheOldWayWhenThereIsNoList) {
             GenTLError("RuntimeException", "GC_ERR_IO", "Unable to get port",
                        "NodeMapUtility.cpp, GetUrlInfo", "GCGetPortURL") +
                 "GCGetPortURL refused");
+}
+
+TEST_F(CameraOpening, ReadsDescriptionsOutOfThePortWhateverTheirScheme) {
+  EXPECT_EQ(Thrown([] { ReadXML(nullptr, {}); }),
+            PlainError("InvalidArgumentException", "Module is null",
+                       "NodeMapUtility.cpp, ReadXML"));
+  auto& remote = m_world.Camera().remote;
+  OpenCamera();
+  const std::string rest = remote.currentUrl.substr(remote.currentUrl.find(':'));
+  DestroyCamera();
+  remote.url = "http" + rest;
+  EXPECT_EQ(Thrown([&] { OpenCamera(); }), "");
 }
 
 TEST_F(CameraOpening, PassesOnWhatTheParserSaysOfAPlainDescription) {
