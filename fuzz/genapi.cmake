@@ -1,0 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
+# Fuzz targets of descriptions and formulas.
+orvex_fuzz(xml SOURCES FuzzXml.cpp LIBS Orvex::GenApi)
+orvex_fuzz(formula SOURCES FuzzFormula.cpp LIBS Orvex::GenApi)
