@@ -1,0 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
+orvex_fuzz(qoi SOURCES FuzzQoi.cpp LIBS orvex_inside)
+orvex_fuzz(lut SOURCES FuzzLut.cpp LIBS orvex_inside)
+orvex_fuzz(convert SOURCES FuzzConvert.cpp LIBS orvex_inside)
