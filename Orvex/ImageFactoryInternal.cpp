@@ -181,12 +181,25 @@ class OutputGuard {
   bool m_ownsData;
 };
 
+bool HasHandler(uint64_t pixelFormat) {
+  switch (pixelFormat) {
+#define ORVEX_CONTRACT_CASE(format) case format:
+    ORVEX_CONTRACT_FORMATS(ORVEX_CONTRACT_CASE)
+#undef ORVEX_CONTRACT_CASE
+    return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 IImage* PixelFormatContractSelection::Process(IImage* pSrc) {
   CHECK_ARG(pSrc, InvalidArgumentException, "Image is null");
   const uint64_t pixelFormat = pSrc->GetPixelFormat();
   CheckImageData(pSrc);
+  // A format of no bits makes any size plausible: refused before memory is asked for.
+  if (!HasHandler(pixelFormat)) implNone(pSrc, nullptr);
   OutputGuard output(createDeep(pSrc), true);
   Dispatch(pixelFormat, pSrc, output.Get());
   CHECK_ARG(output.Get(), InvalidArgumentException, "Unexpected image type");

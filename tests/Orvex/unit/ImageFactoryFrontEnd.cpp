@@ -318,6 +318,14 @@ TEST_F(ImageFactoryFrontEnd, NamesTheOperationForFormatsThatItDoesNotKnow) {
       text("deinterleave channels", "Mono8"));
 }
 
+TEST_F(ImageFactoryFrontEnd, AsksForNoMemoryBeforeItKnowsTheFormat) {
+  // A format of no bits per pixel needs no data, whatever its size.
+  Image image;
+  FrameCells::FillImageProps(&image, m_bytes, 64, size_t{1} << 30, size_t{1} << 24, 0x01000001);
+  EXPECT_THAT(Thrown<InvalidArgumentException>([&] { ImageFactory::Convert(&image, RGBa16); }),
+              HasSubstr("convert algorithm not available for pixel format UnknownPixelFormat"));
+}
+
 TEST_F(ImageFactoryFrontEnd, ReadsNoImageThatHoldsLessThanItAnnounces) {
   // As a camera may say: more pixels than the buffer holds.
   Image image;
