@@ -91,7 +91,7 @@ class ORVEX_API ImageFactory {
   /// table for all or one table per channel, laid end to end in channel order. In the 4:1:1 and
   /// 4:2:2 formats the first table is that of the luma, the second that of the first chroma
   /// component, the third that of the other; in the other formats the order is that of the
-  /// components within a pixel.
+  /// components within a pixel. Of an entry of a packed format the low 10 or 12 bits are used.
   /// @throws GenICam::InvalidArgumentException when the length does not fit the format.
   static IImage* ProcessSoftwareLUT(IImage* pImage, const uint8_t* pLut, size_t lutLength);
 
@@ -101,8 +101,10 @@ class ORVEX_API ImageFactory {
 
   /// The channels of an image as planes stacked top to bottom: the image is as many times higher
   /// as there are channels, and has the unpacked format of one channel. Polarised formats whose
-  /// pixels hold several values give one plane for each value; dual and quad formats, whose
-  /// pixels of two or four sensors alternate within a line, give one plane for each sensor.
+  /// pixels hold several values give one plane for each value; dual and quad formats, in whose
+  /// lines the pixels of two or four sensors alternate, give one plane for each sensor, as many
+  /// times narrower (pixels that are left over at the end of a line are dropped). Values are not
+  /// scaled: packed 10- and 12-bit samples become words of the same value.
   static IImage* DeinterleaveChannels(IImage* pImage);
   /// @throws GenICam::AccessException when the buffer is smaller than DeinterleaveChannelsLen.
   static IImage* DeinterleaveChannelsShallow(uint8_t* pBuffer, size_t bufferSize, IImage* pImage);
