@@ -146,7 +146,8 @@ void ExpectWholeFrames(const Summary& summary, size_t count, uint32_t trailerLin
 }
 
 TEST(Capture, OfClientAndCameraA) {
-  const Summary summary = Summarise(ReadCapture("client_a_camera_a_64x64.pcapng"));
+  const auto capture = ReadCapture("client_a_camera_a_64x64.pcapng");  // the summary looks into it
+  const Summary summary = Summarise(capture);
   EXPECT_EQ(summary.undecoded, 0u);
   EXPECT_EQ(summary.commands, 81u);
   EXPECT_EQ(summary.acks, 81u);
@@ -165,7 +166,8 @@ TEST(Capture, OfClientAndCameraA) {
 }
 
 TEST(Capture, OfProducerAndCameraB) {
-  const Summary summary = Summarise(ReadCapture("producer_b_camera_b.pcapng"));
+  const auto capture = ReadCapture("producer_b_camera_b.pcapng");  // the summary looks into it
+  const Summary summary = Summarise(capture);
   EXPECT_EQ(summary.undecoded, 0u);
   EXPECT_EQ(summary.commands, 96u);
   EXPECT_EQ(summary.acks, 90u);
