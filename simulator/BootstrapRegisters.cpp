@@ -22,12 +22,13 @@ constexpr uint32_t sk_ipSupported = B::sk_ipLinkLocal | B::sk_ipDhcp | B::sk_ipP
 constexpr uint32_t sk_gvcpCapabilities =
     B::sk_capUserName | B::sk_capSerialNumber | B::sk_capHeartbeatDisable | B::sk_capLinkSpeed |
     B::sk_capPrimaryApplication | B::sk_capDiscoveryAckDelay | B::sk_capExtendedStatus11 |
-    B::sk_capSwitchover | B::sk_capUnconditionalAction | B::sk_capExtendedStatus20 |
-    B::sk_capScheduledAction | B::sk_capAction | B::sk_capPendingAck | B::sk_capEventData |
-    B::sk_capEvent | B::sk_capPacketResend | B::sk_capWriteMem | B::sk_capConcatenation;
-constexpr uint32_t sk_gvcpConfigurable = B::sk_cfgExtendedStatus20 | B::sk_cfgUnconditionalAction |
-                                         B::sk_cfgExtendedStatus11 | B::sk_cfgPendingAck |
-                                         B::sk_cfgHeartbeatDisable;
+    B::sk_capSwitchover | B::sk_capUnconditionalAction | B::sk_capIeee1588 |
+    B::sk_capExtendedStatus20 | B::sk_capScheduledAction | B::sk_capAction | B::sk_capPendingAck |
+    B::sk_capEventData | B::sk_capEvent | B::sk_capPacketResend | B::sk_capWriteMem |
+    B::sk_capConcatenation;
+constexpr uint32_t sk_gvcpConfigurable = B::sk_cfgIeee1588 | B::sk_cfgExtendedStatus20 |
+                                         B::sk_cfgUnconditionalAction | B::sk_cfgExtendedStatus11 |
+                                         B::sk_cfgPendingAck | B::sk_cfgHeartbeatDisable;
 constexpr uint32_t sk_streamCapabilities =
     B::sk_sccResendDestination | B::sk_sccUnconditionalStreaming | B::sk_sccExtendedChunk;
 
@@ -108,7 +109,7 @@ void CameraCore::AddBootstrapRegisters() {
   map.AddWord(B::sk_tickFrequencyLow, Constant(sk_ticksPerSecond));
   map.AddWord(B::sk_timestampControl, {}, [this](uint32_t value) {
     if ((value & B::sk_timestampLatch) != 0) m_latched = Now();
-    if ((value & B::sk_timestampReset) != 0) m_epoch = Clock::now();
+    if ((value & B::sk_timestampReset) != 0 && !ResetTimestamp()) return Status::AccessDenied;
     return Status::Success;
   });
   map.AddWord(B::sk_timestampHigh, [this] { return static_cast<uint32_t>(m_latched >> 32); });
@@ -116,6 +117,7 @@ void CameraCore::AddBootstrapRegisters() {
   map.AddWord(B::sk_discoveryAckDelay, Constant(0));
   map.AddWord(B::sk_gvcpConfiguration, Value(control.gvcpConfiguration), [this](uint32_t value) {
     control.gvcpConfiguration = value & sk_gvcpConfigurable;
+    EnablePtp((value & B::sk_cfgIeee1588) != 0);
     return Status::Success;
   });
   map.AddWord(B::sk_pendingTimeout, Constant(sk_pendingTimeoutMs));
@@ -135,6 +137,7 @@ void CameraCore::AddBootstrapRegisters() {
   map.AddWord(B::sk_linkConfiguration, Constant(0), [](uint32_t value) {
     return value == 0 ? Status::Success : Status::InvalidParameter;
   });
+  map.AddWord(B::sk_ieee1588Status, [this] { return PtpState(); });
   map.AddWord(B::sk_scheduledActionQueueSize, Constant(sk_maxScheduledActions));
   map.AddWord(B::sk_ccp, Value(control.privilege),
               [this](uint32_t value) { return WriteCcp(value); });

@@ -26,6 +26,9 @@ constexpr uint32_t sk_archiveBlock =
     512;  // one register each, so that reads never copy the whole archive
 constexpr const char* sk_archiveName = "Orvex_VirtualCamera_1_0_0.zip";
 constexpr const char* sk_descriptionName = "Orvex_VirtualCamera_1_0_0.xml";
+constexpr auto sk_taiAheadOfUtc = std::chrono::seconds(37);
+constexpr auto sk_ptpListening = std::chrono::milliseconds(200),
+               sk_ptpSettled = std::chrono::milliseconds(600);
 constexpr auto sk_resetTime = std::chrono::milliseconds(300);
 constexpr uint64_t sk_macPrefix = 0x0256;  // locally administered
 
@@ -60,6 +63,7 @@ CameraCore::CameraCore(CameraOptions options)
   m_model->AddFeatures(*this);
   AddChunkFeatures(m_features);
   AddEventFeatures(m_features);
+  m_files.AddFeatures(m_features);
   m_eventNotification = &F("EventNotification");
   AddTransportFeatures();
   AddSimulatorFeatures();
@@ -149,6 +153,34 @@ uint64_t CameraCore::ToDeviceTime(Clock::time_point time) const {
   const auto since = std::chrono::duration_cast<std::chrono::nanoseconds>(time - m_epoch).count();
   return since > 0 ? static_cast<uint64_t>(since) : 1;
 }
+void CameraCore::EnablePtp(bool on) {
+  if (on == m_ptpSince.has_value()) return;
+  const Clock::time_point now = Clock::now();
+  m_ptpSince.reset();
+  m_epoch = now;
+  if (!on) return;
+  m_ptpSince = now;
+  const auto sinceUnixEpoch =
+      std::chrono::system_clock::now().time_since_epoch() + sk_taiAheadOfUtc;
+  m_epoch = now - std::chrono::duration_cast<Clock::duration>(sinceUnixEpoch);
+}
+
+// A simulated master is found after a while, as on a real network.
+uint32_t CameraCore::PtpState() const {
+  constexpr uint32_t sk_disabled = 3, sk_listening = 4, sk_uncalibrated = 8, sk_slave = 9;
+  if (!m_ptpSince) return sk_disabled;
+  const auto since = Clock::now() - *m_ptpSince;
+  return since < sk_ptpListening ? sk_listening
+         : since < sk_ptpSettled ? sk_uncalibrated
+                                 : sk_slave;
+}
+
+bool CameraCore::ResetTimestamp() {
+  if (m_ptpSince) return false;
+  m_epoch = Clock::now();
+  return true;
+}
+
 uint64_t CameraCore::Now() const {
   return ToDeviceTime(Clock::now());
 }

@@ -17,6 +17,7 @@
 #include "simulator/Chunks.h"
 #include "simulator/Events.h"
 #include "simulator/Feature.h"
+#include "simulator/FileStore.h"
 #include "simulator/Model.h"
 
 namespace OrvexSim {
@@ -144,6 +145,7 @@ class CameraCore {
 
  private:
   void AddDeviceFeatures();      // CoreFeatures.cpp: identity, user sets, acquisition
+  void AddPtpFeatures();         // TransportFeatures.cpp
   void AddSimulatorFeatures();   // CoreFeatures.cpp
   void AddTransportFeatures();   // TransportFeatures.cpp
   void AddBootstrapRegisters();  // BootstrapRegisters.cpp
@@ -153,6 +155,9 @@ class CameraCore {
   void ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);
   void ApplySettings();
   Status WriteScps(uint32_t value);
+  void EnablePtp(bool on);
+  uint32_t PtpState() const;
+  bool ResetTimestamp();  // false while the clock follows a master
 
   const CameraOptions m_options;
   std::mutex m_mutex;
@@ -165,6 +170,8 @@ class CameraCore {
   std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> m_pages;  // behind a foreign description
   Clock::time_point m_epoch;
   uint64_t m_latched = 0;
+  std::optional<Clock::time_point> m_ptpSince;  // while the clock follows a (simulated) master
+  FileStore m_files;
   uint32_t m_answerDelayMs = 0;
   std::deque<DeviceEvent> m_events;
   std::vector<FeatureValues> m_userSets;  // 0: factory values

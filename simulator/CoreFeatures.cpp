@@ -163,7 +163,9 @@ void CameraCore::AddDeviceFeatures() {
       .Docu("The camera's clock now.");
   t.Command("TimestampReset")
       .Expert()
-      .OnSet([this](int64_t, size_t) { return m_epoch = Clock::now(), Status::Success; })
+      .OnSet([this](int64_t, size_t) {
+        return ResetTimestamp() ? Status::Success : Status::AccessDenied;
+      })
       .Docu("Sets the camera's clock to 0.");
   t.Command("TimestampLatch")
       .Expert()

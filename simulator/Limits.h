@@ -23,6 +23,7 @@ inline constexpr uint32_t sk_maxHeartbeatMs = 10u * 60 * 1000;
 inline constexpr uint32_t sk_minPacketSize = 576;
 inline constexpr uint32_t sk_maxPacketSize = 16384;
 inline constexpr uint32_t sk_maxRegisterDelayMs = 60000;
-inline constexpr size_t sk_maxListedRanges = 64;  // of packets to lose
+inline constexpr uint32_t sk_maxFileBytes = 1u << 20;  // of each file in the camera
+inline constexpr size_t sk_maxListedRanges = 64;       // of packets to lose
 
 }  // namespace OrvexSim

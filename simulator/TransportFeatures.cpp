@@ -8,6 +8,17 @@ namespace OrvexSim {
 
 namespace B = GigEVision::Bootstrap;
 
+namespace {
+
+constexpr uint64_t sk_masterMac = 0x025600000001;
+
+// The identity that follows from a MAC address: 0xFFFE in its middle.
+int64_t ClockId(uint64_t mac) {
+  return static_cast<int64_t>((mac >> 24) << 40 | uint64_t{0xFFFE} << 24 | (mac & 0xFFFFFF));
+}
+
+}  // namespace
+
 void CameraCore::AddTransportFeatures() {
   FeatureTable& t = m_features;
   using S = B::Stream;
@@ -52,6 +63,7 @@ void CameraCore::AddTransportFeatures() {
            .Range(0, 1)
            .Docu("Set by the host while it streams: what changes the payload is locked.");
 
+  AddPtpFeatures();
   t.Category("GigEVision", "Registers of the GigE Vision standard.", "TransportLayerControl");
   t.Integer("GevVersionMajor")
       .ReadOnly()
@@ -240,6 +252,55 @@ void CameraCore::AddTransportFeatures() {
       .ReadOnly()
       .AtBootstrap(B::StreamRegister(S::Scsp), B::sk_portMask)
       .Docu("Port that the stream comes from.");
+}
+
+void CameraCore::AddPtpFeatures() {
+  FeatureTable& t = m_features;
+  t.Category("PtpControl", "Precision time protocol, with a simulated master.",
+             "TransportLayerControl");
+  t.Boolean("PtpEnable")
+      .Expert()
+      .AtBootstrap(B::sk_gvcpConfiguration, B::sk_cfgIeee1588)
+      .Docu("Whether the camera's clock follows a master.");
+  t.Command("PtpDataSetLatch")
+      .Expert()
+      .OnSet([](int64_t, size_t) { return Status::Success; })
+      .Docu("Copies the values below.");
+  t.Enumeration("PtpStatus", {{"Initializing", 1},
+                              {"Faulty", 2},
+                              {"Disabled", 3},
+                              {"Listening", 4},
+                              {"PreMaster", 5},
+                              {"Master", 6},
+                              {"Passive", 7},
+                              {"Uncalibrated", 8},
+                              {"Slave", 9}})
+      .Expert()
+      .ReadOnly()
+      .Volatile()
+      .AtBootstrap(B::sk_ieee1588Status, 0xF)
+      .Docu("State of the protocol.");
+  t.Enumeration("PtpServoStatus", {{"Unknown", 0}, {"Locked", 1}})
+      .Expert()
+      .ReadOnly()
+      .Volatile()
+      .Get([this] { return PtpState() == 9 ? 1 : 0; })
+      .Docu("Whether the clock has settled.");
+  t.Integer("PtpClockID")
+      .Expert()
+      .ReadOnly()
+      .Size(8)
+      .Representation("HexNumber")
+      .Get([this] { return ClockId(network.mac); })
+      .Docu("Identity of the camera's clock.");
+  t.Integer("PtpGrandmasterClockID")
+      .Expert()
+      .ReadOnly()
+      .Size(8)
+      .Representation("HexNumber")
+      .Volatile()
+      .Get([this] { return ClockId(PtpState() == 9 ? sk_masterMac : network.mac); })
+      .Docu("Identity of the master.");
 }
 
 }  // namespace OrvexSim
