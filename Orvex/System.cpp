@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -71,6 +72,42 @@ uint32_t GetBestRouteInterface(const gcstring& deviceIp) {
   return local.sin_addr.s_addr;
 }
 
+// The interfaces known so far, set aside while the producer is asked anew.
+class OldInterfaces {
+ public:
+  explicit OldInterfaces(std::vector<Interface*>& current)
+      : m_current(current), m_exceptions(std::uncaught_exceptions()) {
+    m_interfaces.swap(current);
+  }
+  OldInterfaces(const OldInterfaces&) = delete;
+  OldInterfaces& operator=(const OldInterfaces&) = delete;
+  // Kept on purpose: what nobody took over is neither closed nor freed. Open devices on such an
+  // interface keep working, however long they live. When the producer could not be asked, all stay
+  // what they were.
+  ~OldInterfaces() {
+    static auto* sk_pDropped = new std::vector<Interface*>;
+    const bool failed = std::uncaught_exceptions() > m_exceptions;
+    std::vector<Interface*>& target = failed ? m_current : *sk_pDropped;
+    target.insert(target.end(), m_interfaces.begin(), m_interfaces.end());
+  }
+
+  // Null when there was none of that id.
+  Interface* Take(const gcstring& id) {
+    const auto found =
+        std::find_if(m_interfaces.begin(), m_interfaces.end(),
+                     [&id](Interface* pInterface) { return pInterface->GetId() == id; });
+    if (found == m_interfaces.end()) return nullptr;
+    Interface* pInterface = *found;
+    m_interfaces.erase(found);
+    return pInterface;
+  }
+
+ private:
+  std::vector<Interface*>& m_current;
+  const int m_exceptions;
+  std::vector<Interface*> m_interfaces;
+};
+
 uint32_t HostOrderOf(const gcstring& dotted) {
   return ntohl(::inet_addr(dotted.c_str()));
 }
@@ -124,10 +161,7 @@ void System::CleanupInterfaces() {
 }
 
 void System::EnumerateInterfaces() {
-  // Kept on purpose: what is left in the old list in the end is neither closed nor freed. Open
-  // devices on such an interface keep working.
-  std::vector<Interface*> oldInterfaces;
-  oldInterfaces.swap(m_interfaces);
+  OldInterfaces oldInterfaces(m_interfaces);
   uint32_t count = 0;
   CHECK_GENTL(m_pSystem->GetNumInterfaces(&count), "Unable to get number of interfaces",
               "TLGetNumInterfaces");
@@ -136,12 +170,8 @@ void System::EnumerateInterfaces() {
     const auto [status, text] = IdAt<20>(m_pSystem, &TLSystem::GetInterfaceID, index);
     CHECK_GENTL(status, "Unable to get interface ID", "TLGetInterfaceID");
     const gcstring id = text.c_str();
-    const auto known =
-        std::find_if(oldInterfaces.begin(), oldInterfaces.end(),
-                     [&id](Interface* pInterface) { return pInterface->GetId() == id; });
-    if (known != oldInterfaces.end()) {
-      m_interfaces.push_back(*known);
-      oldInterfaces.erase(known);
+    if (Interface* pKnown = oldInterfaces.Take(id)) {
+      m_interfaces.push_back(pKnown);
       continue;
     }
     GenTL::IF_HANDLE hInterface = nullptr;

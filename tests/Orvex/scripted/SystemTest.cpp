@@ -164,6 +164,15 @@ TEST_F(Interfaces, SurviveAnUpdateWhileTheProducerReportsThem) {
   EXPECT_NE(m_pCamera->GetTLInterfaceNodeMap(), nullptr);
 }
 
+TEST_F(Interfaces, SurviveAnUpdateThatFails) {
+  OpenCamera();
+  m_world.interfacesChanged = true;
+  m_world.Fail("TLGetNumInterfaces", GenTL::GC_ERR_IO);
+  EXPECT_NE(Thrown([&] { m_pSystem->GetInterfaces(); }), "");
+  EXPECT_EQ(m_pSystem->GetInterfaces().size(), 1u);
+  EXPECT_NE(m_pCamera->GetTLInterfaceNodeMap(), nullptr);
+}
+
 TEST_F(Interfaces, ThatAreGoneAreDroppedUnclosedAndTheirDevicesLiveOn) {
   OpenCamera();
   auto gone = std::move(m_world.interfaces[0]);
