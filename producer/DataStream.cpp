@@ -2,7 +2,11 @@
 #include "producer/DataStream.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
 
+#include "gentl/GenTLExtensions.h"
 #include "gigevision/Bootstrap.h"
 #include "producer/Device.h"
 #include "producer/Limits.h"
@@ -54,8 +58,12 @@ class DataStream::OutputSource final : public EventSource {
 };
 
 DataStream::DataStream(std::shared_ptr<Device> parent, uint32_t index, std::string id)
-    : Module(sk_kind, MakeFeatures(*this)), m_parent(parent), m_index(index), m_id(std::move(id)) {
-  if (parent->Controls()) m_ownPacketSize = ReadPacketSize();
+    : Module(sk_kind, MakeFeatures(*this, index)),
+      m_parent(parent),
+      m_index(index),
+      m_id(std::move(id)) {
+  if (parent->Controls() && (index == 0 || index == sk_eventStream))
+    m_ownPacketSize = ReadPacketSize();
 }
 
 DataStream::~DataStream() = default;
@@ -97,6 +105,9 @@ PortIdentity DataStream::Identity() const {
 std::shared_ptr<EventSource> DataStream::MakeSource(EVENT_TYPE type) {
   if (type == EVENT_NEW_BUFFER) {
     return std::make_shared<OutputSource>(std::static_pointer_cast<DataStream>(shared_from_this()));
+  }
+  if (type == EVENT_NEW_EVS_TRIGGER && m_index == sk_eventStream) {
+    return std::make_shared<MessageEventSource>(type);
   }
   return Module::MakeSource(type);
 }
@@ -226,6 +237,8 @@ ReceiverSettings DataStream::MakeReceiverSettings() {
   settings.negotiatePacketSize =
       m_negotiate != 0 && !m_packetSizeGiven && packetSize == m_ownPacketSize;
   settings.frameBytes = LargestBufferLocked();
+  if (m_index == sk_eventStream)
+    settings.frameBytes = std::max(settings.frameBytes, sk_maxEventBlock);
   settings.frameRate = m_frameRate;
   settings.resendWindow = m_resendWindow;
   settings.resend = m_resend != 0;
@@ -236,9 +249,16 @@ ReceiverSettings DataStream::MakeReceiverSettings() {
   return settings;
 }
 
+void DataStream::RequireTransport() const {
+  Require(m_index != sk_tcpStream, GC_ERR_NOT_IMPLEMENTED, "Streaming over TCP is not supported");
+  Require(m_index != sk_rdmaStream, GC_ERR_NOT_IMPLEMENTED,
+          "Streaming over RDMA is not supported: no RDMA device");
+}
+
 void DataStream::Start(ACQ_START_FLAGS flags, uint64_t count) {
   Require(flags == ACQ_START_FLAGS_DEFAULT, GC_ERR_NOT_IMPLEMENTED, "The start flag is unknown");
   Require(count > 0, GC_ERR_INVALID_PARAMETER, "The number of frames is 0");
+  RequireTransport();
   const auto parent = m_parent.lock();
   Require(parent != nullptr, GC_ERR_INVALID_HANDLE, "The device is closed");
   const std::lock_guard control(m_controlMutex);
@@ -258,6 +278,12 @@ void DataStream::Start(ACQ_START_FLAGS flags, uint64_t count) {
     // whose buffers go round until it stops the stream.
     m_limit = m_poolGoesRound && count == m_buffers.size() ? GENTL_INFINITE : count;
     m_receiver = receiver;
+    if (m_index == sk_eventStream) {
+      const EvsSettings events{static_cast<EvsFormat>(m_evsFormat),
+                               static_cast<EvsDepth>(m_evsDepth), m_sensorWidth, m_sensorHeight};
+      m_events = std::make_unique<EventFrames>(
+          events, [this](const SensorTrigger& trigger) { FireTrigger(trigger); });
+    }
   }
   try {
     receiver->Start();
@@ -313,12 +339,42 @@ bool DataStream::Take(FrameTarget& target) {
   buffer->afterFill = AfterFill::Deliver;
   ++m_filling;
   target = {buffer->Base(), buffer->Size(), buffer};
+  if (Converts()) {
+    buffer->scratch = TakeScratchLocked();
+    target = {buffer->scratch, sk_maxEventBlock, buffer};
+  }
   return true;
 }
 
-void DataStream::Deliver(const FrameTarget& target, const FrameInfo& info) {
+uint8_t* DataStream::TakeScratchLocked() {
+  if (m_freeScratch.empty()) {
+    m_scratch.push_back(std::make_unique<StreamBuffer>(this, nullptr, sk_maxEventBlock, nullptr));
+    m_freeScratch.push_back(m_scratch.back()->Base());
+  }
+  uint8_t* memory = m_freeScratch.back();
+  m_freeScratch.pop_back();
+  return memory;
+}
+
+// An entry: the channel as the identifier, then the time in us (8 bytes, little endian) and the
+// edge (1 = rising).
+void DataStream::FireTrigger(const SensorTrigger& trigger) {
+  std::array<uint8_t, 9> data;
+  std::memcpy(data.data(), &trigger.time, sizeof trigger.time);
+  data[8] = trigger.rising ? 1 : 0;
+  Fire(EVENT_NEW_EVS_TRIGGER, MakeModuleEntry(trigger.channel, data));
+}
+
+void DataStream::Deliver(const FrameTarget& target, const FrameInfo& received) {
   auto& buffer = *static_cast<StreamBuffer*>(target.cookie);
+  FrameInfo info = received;
+  if (m_events) {
+    // Still without the lock: the buffer is the receiver's until it is put out.
+    m_events->Convert({target.base, std::min(info.filled, target.size)},
+                      {buffer.Base(), buffer.Size()}, info);
+  }
   const std::lock_guard lock(*m_eventMutex);
+  if (buffer.scratch != nullptr) m_freeScratch.push_back(std::exchange(buffer.scratch, nullptr));
   --m_filling;
   buffer.place = Place::Unqueued;
   if (buffer.afterFill == AfterFill::Discard) return;
@@ -339,11 +395,15 @@ void DataStream::RequestResend(const GigEVision::PacketResend& resend) {
   if (const auto parent = m_parent.lock()) parent->Channel()->SendPacketResend(resend);
 }
 
-void DataStream::SetupResend(uint64_t windowFrames, double frameRate) {
+void DataStream::SetupResend(uint64_t windowFrames, double frameRate, int64_t width,
+                             int64_t height) {
   const std::lock_guard lock(*m_eventMutex);
   m_resendWindow = windowFrames;
   m_frameRate = frameRate > 0 && frameRate < 1e6 ? frameRate : 0;
   m_poolGoesRound = true;
+  constexpr int64_t widest = 0x800;  // what the address words of the sensor can tell
+  m_sensorWidth = width > 0 && width <= widest ? static_cast<uint32_t>(width) : 0;
+  m_sensorHeight = height > 0 && height <= widest ? static_cast<uint32_t>(height) : 0;
 }
 
 void DataStream::WaitForNextLeader(uint64_t timeoutMs) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <condition_variable>
 
+#include "producer/EventFrames.h"
 #include "producer/StreamBuffer.h"
 #include "producer/StreamReceiver.h"
 
@@ -50,14 +51,15 @@ class DataStream final : public Module, public FrameSink {
   void Stop(GenTL::ACQ_STOP_FLAGS flags);
   void Info(GenTL::STREAM_INFO_CMD command, InfoQuery query) const;
 
-  void SetupResend(uint64_t windowFrames, double frameRate);
+  void SetupResend(uint64_t windowFrames, double frameRate, int64_t width, int64_t height);
   void WaitForNextLeader(uint64_t timeoutMs);
   void ResetWaitForNextLeader();
 
  private:
   class OutputSource;
   DataStream(std::shared_ptr<Device> parent, uint32_t index, std::string id);
-  static std::unique_ptr<FeatureTable> MakeFeatures(DataStream& self);
+  static std::unique_ptr<FeatureTable> MakeFeatures(DataStream& self, uint32_t index);
+  static void AddSensorEvents(FeatureTable& table, DataStream* self);
   static void AddStatistics(FeatureTable& table, DataStream* self);
   static void AddSettings(FeatureTable& table, DataStream* self);
 
@@ -69,6 +71,11 @@ class DataStream final : public Module, public FrameSink {
   void LeaderSeen(uint64_t blockId) override;
   void RequestResend(const GigEVision::PacketResend& resend) override;
 
+  // What start does for the transports that have no receiver here.
+  void RequireTransport() const;
+  bool Converts() const { return m_events != nullptr && m_evsFormat != 0; }
+  uint8_t* TakeScratchLocked();
+  void FireTrigger(const SensorTrigger& trigger);
   void PutOutLocked(StreamBuffer& buffer);
   void ToInputLocked(StreamBuffer& buffer);
   size_t LargestBufferLocked() const;
@@ -80,6 +87,7 @@ class DataStream final : public Module, public FrameSink {
   std::string SocketAdvice() const;
 
   const std::weak_ptr<Device> m_parent;
+  static constexpr uint32_t sk_tcpStream = 1, sk_rdmaStream = 2, sk_eventStream = 3;
   const uint32_t m_index;
   const std::string m_id;
 
@@ -100,6 +108,13 @@ class DataStream final : public Module, public FrameSink {
   bool m_poolGoesRound = false;  // set up by the resend extension, see Start
   bool m_shortfallReported = false;
   int64_t m_handlingMode = 0;
+  int64_t m_evsFormat = 0;
+  int64_t m_evsDepth = 0;
+  uint32_t m_sensorWidth = 0, m_sensorHeight = 0;
+  std::unique_ptr<EventFrames> m_events;  // of the event stream while it runs
+  std::vector<std::unique_ptr<StreamBuffer>>
+      m_scratch;  // memory for blocks before they are converted
+  std::vector<uint8_t*> m_freeScratch;
   int64_t m_engine = 0;
   int64_t m_negotiate = 1;
   int64_t m_resend = 1;

@@ -180,6 +180,37 @@ void DataStream::AddSettings(FeatureTable& table, DataStream* self) {
                      "socket buffer."));
 }
 
+void DataStream::AddSensorEvents(FeatureTable& table, DataStream* self) {
+  const auto setting = [self](const char* name, std::vector<EnumEntry> entries,
+                              int64_t DataStream::*member) {
+    return Feature::Enumeration(
+               name, std::move(entries),
+               [self, member] {
+                 const std::lock_guard lock(*self->m_eventMutex);
+                 return self->*member;
+               },
+               [self, member](int64_t value) {
+                 const std::lock_guard lock(*self->m_eventMutex);
+                 Require(!self->m_started, GC_ERR_BUSY,
+                         "The format is fixed while the stream runs");
+                 self->*member = value;
+               })
+        .In("EventSensorControl");
+  };
+  table.Add(setting("StreamEvsOutputFormat",
+                    {{"RawFrameEncoded", static_cast<int64_t>(EvsFormat::RawEncoded)},
+                     {"RawFrameDecoded", static_cast<int64_t>(EvsFormat::RawDecoded)},
+                     {"XYTPFrame", static_cast<int64_t>(EvsFormat::Xytp)},
+                     {"CDFrame", static_cast<int64_t>(EvsFormat::ChangeFrame)}},
+                    &DataStream::m_evsFormat)
+                .Tip("What a buffer of the event sensor holds."));
+  table.Add(setting("StreamEvsBitDepth",
+                    {{"Bits8", static_cast<int64_t>(EvsDepth::Bits8)},
+                     {"Bits24", static_cast<int64_t>(EvsDepth::Bits24)}},
+                    &DataStream::m_evsDepth)
+                .Tip("Bits per pixel of CDFrame."));
+}
+
 void DataStream::AddStatistics(FeatureTable& table, DataStream* self) {
   struct Row {
     const char* name;
@@ -221,7 +252,7 @@ void DataStream::AddStatistics(FeatureTable& table, DataStream* self) {
                 .Expert());
 }
 
-std::unique_ptr<FeatureTable> DataStream::MakeFeatures(DataStream& stream) {
+std::unique_ptr<FeatureTable> DataStream::MakeFeatures(DataStream& stream, uint32_t index) {
   auto table = std::make_unique<FeatureTable>("GenTLDataStream", "StreamPort");
   DataStream* self = &stream;
   const auto locked = [self](auto read) {
@@ -287,6 +318,7 @@ std::unique_ptr<FeatureTable> DataStream::MakeFeatures(DataStream& stream) {
                  .Expert()
                  .Unit("B")
                  .Constant());
+  if (index == sk_eventStream) AddSensorEvents(*table, self);
   AddStatistics(*table, self);
   table->Finish();
   return table;

@@ -4,9 +4,11 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "gentl/GenTLExtensions.h"
 #include "gigevision/Bootstrap.h"
+#include "producer/CameraTraits.h"
 #include "producer/DataStream.h"
 #include "producer/Interface.h"
 #include "producer/Limits.h"
@@ -121,8 +123,17 @@ void Device::ReadFacts() {
   m_tickFrequency =
       uint64_t{ReadOr(Reg::sk_tickFrequencyHigh, 0)} << 32 | ReadOr(Reg::sk_tickFrequencyLow, 0);
   m_gvspCapability = ReadOr(Reg::sk_gvspCapability, Reg::sk_gvspCapLegacyIds);
-  m_streamCount = std::min<uint32_t>(1, ReadOr(Reg::sk_streamChannelCount, 1));
+  if (ReadOr(Reg::sk_streamChannelCount, 1) > 0) m_streamCount = ReadTraits().StreamCount();
   if (m_controls) EnableOptions();
+}
+
+// Without a description that can be read the camera has its ordinary stream.
+CameraTraits Device::ReadTraits() {
+  try {
+    return FindTraits(m_remote->Description());
+  } catch (const GcError&) {
+    return {};
+  }
 }
 
 // Pending acknowledges for slow features; status codes that tell resent packets from first ones and
@@ -149,6 +160,10 @@ void Device::EnableOptions() {
 }
 
 void Device::Close() {
+  // The consumer may close the device while another of its threads closes the interface or the
+  // system.
+  const std::lock_guard closing(m_closeMutex);
+  if (std::exchange(m_closed, true)) return;
   HandleTable::Instance().Remove(*this);
   // A camera that was pulled a moment ago must not hold up its consumer.
   ControlSettings settings = m_channel->Settings();

@@ -15,6 +15,7 @@
 
 namespace OrvexGev {
 
+struct CameraTraits;
 class DataStream;
 class Interface;
 class MessageChannel;
@@ -52,6 +53,10 @@ class Device final : public Module {
   std::shared_ptr<DataStream> OpenStream(const char* id);
   void Forget(const DataStream& stream);
 
+  // The camera has one stream channel, which one data stream at a time may use.
+  bool ClaimChannel() { return !m_channelClaimed.exchange(true); }
+  void ReleaseChannel() { m_channelClaimed = false; }
+
   void SendAction(uint32_t deviceKey, uint32_t groupKey, uint32_t groupMask, uint64_t time);
 
   // From the message channel: one event's datagram, GVCP header included.
@@ -64,6 +69,7 @@ class Device final : public Module {
   void Connect();
   void ReadFacts();
   void EnableOptions();
+  CameraTraits ReadTraits();
   // One register, or the fallback when the camera does not have it.
   uint32_t ReadOr(uint32_t address, uint32_t fallback) const;
   void TakeControl();
@@ -91,12 +97,16 @@ class Device final : public Module {
   uint32_t m_streamCount = 0;
   std::chrono::milliseconds m_heartbeatTimeout{3000};
 
+  std::mutex m_closeMutex;  // taken before all others
+  bool m_closed = false;
+
   mutable std::mutex m_mutex;
   std::map<std::string, std::shared_ptr<DataStream>> m_streams;
   int64_t m_streamSelector = 0;
 
   std::atomic<bool> m_connected{true};
   std::atomic<bool> m_controls{false};
+  std::atomic<bool> m_channelClaimed{false};
   std::thread m_watch;
   std::mutex m_watchMutex;
   std::condition_variable m_watchChanged;

@@ -189,8 +189,11 @@ GC_ERROR DSResetWaitForNextLeader(DS_HANDLE hDataStream) {
 }
 
 GC_ERROR DSSetupResendRetryParams(DS_HANDLE hDataStream, uint64_t windowFrameCount,
-                                  double frameRate, const char*, const char*, int64_t, int64_t) {
-  return Call([&] { Get<DataStream>(hDataStream)->SetupResend(windowFrameCount, frameRate); });
+                                  double frameRate, const char*, const char*, int64_t width,
+                                  int64_t height) {
+  return Call([&] {
+    Get<DataStream>(hDataStream)->SetupResend(windowFrameCount, frameRate, width, height);
+  });
 }
 
 }  // extern "C"

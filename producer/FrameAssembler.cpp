@@ -226,7 +226,8 @@ void FrameAssembler::ApplyLeader(Slot& slot, const Gev::Leader& leader) {
   const size_t length = std::min(leader.fileName.size(), info.fileName.size() - 1);
   std::copy_n(leader.fileName.begin(), length, info.fileName.begin());
   slot.expected = leader.payloadSize;
-  if (leader.Type() == Gev::PayloadType::Image && !leader.HasChunks()) {
+  if (leader.Type() == Gev::PayloadType::Image && !leader.HasChunks() &&
+      !IsCompressedFormat(leader.image.pixelFormat)) {
     slot.expected = ImageBytes(leader.image, leader.image.sizeY);
   }
   m_newestTimestamp = std::max(m_newestTimestamp, leader.timestamp);

@@ -9,6 +9,13 @@
 
 namespace OrvexGev {
 
+// Pixel formats of Orvex' own range whose block is a QOI stream: the size of its data follows from
+// no geometry.
+constexpr bool IsCompressedFormat(uint32_t pixelFormat) {
+  const uint32_t family = pixelFormat & 0xFF00;
+  return (pixelFormat & 0x80000000) != 0 && (family == 0x0A00 || family == 0x0B00);
+}
+
 struct FrameInfo {
   bool newData = false;
   bool hasLeader = false;

@@ -41,7 +41,12 @@ inline constexpr int sk_heartbeatMisses = 5;      // unanswered in a row: the ca
 inline constexpr size_t sk_maxQueuedEvents = 1024;
 inline constexpr size_t sk_maxEventBytes = 576;
 
+// A camera's description, zipped and as text.
+inline constexpr size_t sk_maxDescriptionFile = 16u << 20;
+inline constexpr size_t sk_maxDescriptionText = 64u << 20;
+
 // Streams.
+inline constexpr size_t sk_maxEventBlock = 16u << 20;  // bytes of one block of sensor events
 inline constexpr size_t sk_maxAnnouncedBuffers = 4096;
 inline constexpr size_t sk_maxBufferBytes = size_t{4} << 30;
 inline constexpr size_t sk_maxPacketBytes = 65536;

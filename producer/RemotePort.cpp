@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 #include "gigevision/Bootstrap.h"
 #include "producer/Limits.h"
@@ -111,6 +112,19 @@ std::vector<PortUrl> RemotePort::Urls() const {
   return m_urls;
 }
 
+std::span<const uint8_t> RemotePort::Description() {
+  for (const PortUrl& url : Urls()) {
+    if (url.scheme != URL_SCHEME_LOCAL || url.size == 0 || url.size > sk_maxDescriptionFile)
+      continue;
+    std::vector<uint8_t> file(static_cast<size_t>(url.size));
+    ReadPort(url.address, file);
+    m_descriptionAddress = url.address;
+    m_description = std::move(file);
+    break;
+  }
+  return m_description;
+}
+
 void RemotePort::CheckAccess(uint64_t address, size_t size) const {
   Require(m_connected, GC_ERR_IO, "The camera is not connected");
   Require(size <= sk_maxPortAccess, GC_ERR_INVALID_PARAMETER, "The access is too long");
@@ -133,6 +147,11 @@ void RemotePort::WriteWord(uint32_t address, const uint8_t* word) {
 void RemotePort::ReadPort(uint64_t address, std::span<uint8_t> target) {
   CheckAccess(address, target.size());
   if (target.empty()) return;
+  const uint64_t offset = address - m_descriptionAddress;
+  if (offset < m_description.size() && target.size() <= m_description.size() - offset) {
+    std::memcpy(target.data(), m_description.data() + offset, target.size());
+    return;
+  }
   const auto first = static_cast<uint32_t>(address);
   if (first % sk_word == 0 && target.size() == sk_word) return ReadWord(first, target.data());
   if (first % sk_word == 0 && target.size() % sk_word == 0)

@@ -27,6 +27,10 @@ class RemotePort final : public Module {
   // From the camera's two URL registers, read once.
   std::vector<PortUrl> Urls() const override;
 
+  // The description file as the camera serves it; empty when it does not lie in the camera. Kept,
+  // so that consumers that read it after us do not wait for it again.
+  std::span<const uint8_t> Description();
+
   void SetConnected(bool connected) { m_connected = connected; }
   void SetWritable(bool writable) { m_writable = writable; }
   void SetMechanism(EndianessMechanism mechanism) { m_mechanism = mechanism; }
@@ -51,6 +55,9 @@ class RemotePort final : public Module {
   std::mutex m_partialMutex;  // read-modify-write of a word that is written in part
   mutable std::mutex m_urlMutex;
   mutable std::vector<PortUrl> m_urls;
+  // Written once, before the port is handed out.
+  std::vector<uint8_t> m_description;
+  uint64_t m_descriptionAddress = 0;
 };
 
 }  // namespace OrvexGev

@@ -47,14 +47,19 @@ StreamBuffer::~StreamBuffer() {
   if (m_owned) munmap(m_base, m_size);
 }
 
-uint64_t GenTlPayloadType(uint16_t wireType) {
+uint64_t GenTlPayloadType(uint16_t wireType, uint32_t pixelFormat) {
   if ((wireType & Gev::sk_payloadDeviceSpecific) != 0) return PAYLOAD_TYPE_DEVICE_SPECIFIC;
   switch (Gev::BaseType(wireType)) {
     case Gev::PayloadType::Image:
-      return Gev::HasChunkMode(wireType) ? uint64_t{PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK}
-                                         : uint64_t{PAYLOAD_TYPE_IMAGE};
-    case Gev::PayloadType::ExtendedChunk:
-      return PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK;
+    case Gev::PayloadType::ExtendedChunk: {
+      const bool chunks = wireType != static_cast<uint16_t>(Gev::PayloadType::Image);
+      if (IsCompressedFormat(pixelFormat)) {
+        return chunks ? uint64_t{PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK}
+                      : uint64_t{PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE};
+      }
+      return chunks ? uint64_t{PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK}
+                    : uint64_t{PAYLOAD_TYPE_IMAGE};
+    }
     case Gev::PayloadType::Raw:
       return PAYLOAD_TYPE_RAW_DATA;
     case Gev::PayloadType::File:
@@ -78,14 +83,17 @@ uint64_t GenTlPayloadType(uint16_t wireType) {
 
 void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickFrequency) const {
   const FrameInfo& f = frame;
-  const uint64_t type = GenTlPayloadType(f.wireType);
+  const uint64_t type = GenTlPayloadType(f.wireType, f.pixelFormat);
   const bool image =
       f.newData && (type == PAYLOAD_TYPE_IMAGE || type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK);
+  const bool compressed = f.newData && (type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE ||
+                                        type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK);
   const bool chunks =
       f.newData && (Gev::HasChunkMode(f.wireType) || type == PAYLOAD_TYPE_CHUNK_DATA ||
-                    type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK);
+                    type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK ||
+                    type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK);
   const auto geometry = [&](size_t value) {
-    return image ? query.Size(value) : InfoQuery::NotAvailable();
+    return image || compressed ? query.Size(value) : InfoQuery::NotAvailable();
   };
   switch (command) {
     case BUFFER_INFO_BASE:

@@ -41,6 +41,7 @@ class StreamBuffer final : public Module {
   Place place = Place::Unqueued;
   AfterFill afterFill = AfterFill::Deliver;
   FrameInfo frame;
+  uint8_t* scratch = nullptr;  // where the frame is received when it is converted afterwards
   StreamBuffer* previous = nullptr;
   StreamBuffer* next = nullptr;
 
@@ -71,7 +72,8 @@ class BufferQueue {
   size_t m_count = 0;
 };
 
-// GenTL's number for a payload type of the wire.
-uint64_t GenTlPayloadType(uint16_t wireType);
+// GenTL's number for a payload type of the wire; images with a compressed pixel format have their
+// own.
+uint64_t GenTlPayloadType(uint16_t wireType, uint32_t pixelFormat = 0);
 
 }  // namespace OrvexGev

@@ -121,8 +121,10 @@ void StreamReceiver::OpenChannel() {
     const uint32_t group = channel.ReadRegister(StreamReg(Reg::Stream::Scda));
     if (!IsMulticast(group))
       channel.WriteRegister(StreamReg(Reg::Stream::Scda), m_device.Host().ip);
-    channel.WriteRegister(StreamReg(Reg::Stream::Scp), m_socket.LocalPort());
+    Require(m_device.ClaimChannel(), GC_ERR_RESOURCE_IN_USE,
+            "Another data stream uses the camera's stream channel");
     m_channelOpen = true;
+    channel.WriteRegister(StreamReg(Reg::Stream::Scp), m_socket.LocalPort());
     if (IsMulticast(group)) {
       m_socket = JoinMulticast(channel, m_device.Host());
       m_bufferGranted = SetReceiveBuffer(m_socket, m_bufferWanted);
@@ -214,6 +216,7 @@ void StreamReceiver::Stop(bool kill) {
   if (m_thread.joinable()) m_thread.join();
   if (!m_channelOpen) return;
   m_channelOpen = false;
+  m_device.ReleaseChannel();
   if (!m_device.Controls() || !m_device.Connected()) return;
   try {
     m_device.Channel()->WriteRegister(StreamReg(Reg::Stream::Scp), 0);

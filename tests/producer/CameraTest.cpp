@@ -189,7 +189,7 @@ TEST_F(Streaming, NewestOnlyKeepsOneFrame) {
 
 TEST_F(Streaming, APoolThatWasSetUpForResendsGoesRoundForever) {
   Open(3);
-  camera->stream->SetupResend(8, 50);
+  camera->stream->SetupResend(8, 50, 0, 0);
   Start(3);
   for (int i = 0; i < 10; ++i) {
     const auto buffer = camera->Next();

@@ -406,6 +406,21 @@ TEST_F(Assembler, TakesChunkLengthAndLayoutFromTheTrailer) {
   EXPECT_EQ(delivered[0].info.filled, 48u);
 }
 
+TEST_F(Assembler, TakesTheLengthOfACompressedImageFromWhatComes) {
+  Build();
+  Bytes leader = stream.LeaderOf(1, 4, 2);
+  leader[8 + 12] = 0x82, leader[8 + 13] = 0x18, leader[8 + 14] = 0x0A,
+             leader[8 + 15] = 0x01;  // QOI_RGB8
+  Send(leader);
+  Send(stream.Data(1, 1, sk_data, 1));
+  Send(stream.Data(1, 2, 10, 2));
+  Send(stream.TrailerOf(1, 3, 2));
+  ASSERT_EQ(delivered.size(), 1u);
+  EXPECT_FALSE(delivered[0].info.incomplete);
+  EXPECT_EQ(delivered[0].info.filled, sk_data + 10);
+  EXPECT_EQ(delivered[0].info.dataSize, sk_data + 10);
+}
+
 TEST_F(Assembler, TakesAFrameThatComesInOnePacket) {
   Build();
   Bytes packet = stream.Header(9, Packets::AllIn, 0);

@@ -254,6 +254,13 @@ TEST(Buffers, PayloadTypesAreTranslated) {
   for (const auto& [wire, gentl] : rows) EXPECT_EQ(GenTlPayloadType(wire), gentl) << wire;
 }
 
+TEST(Buffers, CompressedPixelFormatsAreCompressedImages) {
+  EXPECT_EQ(GenTlPayloadType(0x0001, 0x82180A01), 1001u);  // QOI_RGB8
+  EXPECT_EQ(GenTlPayloadType(0x4001, 0x81080B00), 1002u);  // QOI_BayerGR8 with chunks
+  EXPECT_EQ(GenTlPayloadType(0x0001, 0x810800BF), 1u);     // a custom format that is not compressed
+  EXPECT_EQ(GenTlPayloadType(0x0001, 0x01080A00), 1u);
+}
+
 TEST(Buffers, TimestampsBecomeNanosecondsWithoutOverflow) {
   StreamBuffer buffer(nullptr, nullptr, 100, nullptr);
   const struct {
