@@ -82,11 +82,6 @@ Node* Builder::Embedded(pugi::xml_node element) const {
   return found == m_embedded.end() ? nullptr : found->second;
 }
 
-const char* Builder::Keep(std::string text) {
-  m_map.m_texts.push_back(std::move(text));
-  return m_map.m_texts.back().c_str();
-}
-
 Node* Builder::Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_node element) {
   const unsigned line = m_document.LineOf(element);
   if (name.empty()) {
@@ -100,15 +95,17 @@ Node* Builder::Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_
     throw PROPERTY_EXCEPTION("Camera description, line %u: there are too many nodes", line);
   }
   Node* raw = node.get();
-  raw->m_name = name.data();
+  raw->m_name = name.data();  // for messages about it
   raw->m_index = static_cast<uint32_t>(m_map.m_nodes.size());
   if (std::strcmp(element.attribute("NameSpace").value(), "Standard") == 0) {
     raw->m_nameSpace = Standard;
   }
-  if (!m_map.m_byName.Add(name, raw->m_index)) {
+  const char* kept = m_map.m_byName.Add(name, raw->m_index);
+  if (kept == nullptr) {
     throw PROPERTY_EXCEPTION("Node '%s' (line %u): another node has the same name", raw->Name(),
                              line);
   }
+  raw->m_name = kept;
   m_map.m_nodes.push_back(raw);
   node.release();
   return raw;
@@ -155,7 +152,7 @@ void Builder::Create(pugi::xml_node element) {
 void Builder::AddEmbeddedKnife(const char* pOwner, pugi::xml_node element) {
   const char* own = element.attribute("Name").value();
   m_embedded[element.hash_value()] = Add(MakeNode(Element::IntSwissKnife, m_map, element),
-                                         Keep(std::string("_") + pOwner + "_" + own), element);
+                                         std::string("_") + pOwner + "_" + own, element);
 }
 
 void Builder::CreateAll(pugi::xml_node parent) {
@@ -182,7 +179,7 @@ void Builder::CreateEntries(Node& enumeration, pugi::xml_node element) {
     const char* symbolic = child.attribute("Name").value();
     m_embedded[child.hash_value()] =
         Add(MakeNode(Element::EnumEntry, m_map, child),
-            Keep(std::string("EnumEntry_") + enumeration.Name() + "_" + symbolic), child);
+            std::string("EnumEntry_") + enumeration.Name() + "_" + symbolic, child);
   }
 }
 

@@ -37,7 +37,7 @@ class Builder {
   void AddEmbeddedKnife(const char* pOwner, pugi::xml_node element);
   void CreateEntries(Node& enumeration, pugi::xml_node element);
   Node* Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_node element);
-  const char* Keep(std::string text);
+
   void TakeElements(Node& node);
   void TakeElement(Node& node, pugi::xml_node element);
   void LinkDependents();

@@ -91,22 +91,29 @@ void Document::CheckProlog() const {
 // the DOCTYPE.
 void Document::CheckReferences() const {
   const std::string_view text = m_text;
-  size_t literalEnd = 0;
-  for (size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
-    if (at < literalEnd || IsKnownReference(text.substr(at))) continue;
-    // Comments and CDATA sections hold anything: find the last one that opens before this place.
-    const auto before = text.substr(0, at);
-    const size_t cdata = before.rfind("<![CDATA[");
-    const size_t comment = before.rfind("<!--");
-    const auto encloses = [&](size_t open, std::string_view close) {
-      if (open == std::string_view::npos) return false;
-      const size_t end = text.find(close, open);
-      if (end == std::string_view::npos || end < at) return false;
-      literalEnd = end;
-      return true;
-    };
-    if (encloses(cdata, "]]>") || encloses(comment, "-->")) continue;
-    Fail("unknown entity '" + std::string(text.substr(at, 16)) + "'", at);
+  size_t first = text.find('&');
+  while (first != std::string_view::npos && IsKnownReference(text.substr(first))) {
+    first = text.find('&', first + 1);
+  }
+  if (first == std::string_view::npos) return;
+  // Comments and CDATA sections hold anything, so the text is walked section by section.
+  for (size_t at = text.find_first_of("<&"); at != std::string_view::npos;
+       at = text.find_first_of("<&", at)) {
+    const auto rest = text.substr(at);
+    if (rest[0] == '&') {
+      if (!IsKnownReference(rest))
+        Fail("unknown entity '" + std::string(rest.substr(0, 16)) + "'", at);
+      ++at;
+      continue;
+    }
+    const bool cdata = rest.starts_with("<![CDATA[");
+    if (!cdata && !rest.starts_with("<!--")) {
+      ++at;
+      continue;
+    }
+    const size_t end = text.find(cdata ? "]]>" : "-->", at + 4);
+    if (end == std::string_view::npos) return;  // the parser says what is wrong
+    at = end + 3;
   }
 }
 

@@ -238,8 +238,8 @@ int64_t RoundToInt(double value) {
 }
 
 Number Formula::Run(const Number* variables) const {
-  Number stack[sk_maxFormulaStack];
-  Number* top = stack - 1;
+  Number stack[sk_maxFormulaStack + 1];  // the first one is never used: the stack is empty there
+  Number* top = stack;
   const Instruction* code = m_code.data();
   const Instruction* const end = code + m_code.size();
   for (const Instruction* at = code; at != end; ++at) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/NameTable.h"
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
@@ -40,24 +41,42 @@ Node* NameTable::Find(std::string_view name) const {
   return nullptr;
 }
 
-bool NameTable::Add(std::string_view name, uint32_t index) {
+const char* NameTable::Keep(std::string_view name) {
+  constexpr size_t sk_block = 32768;
+  if (name.size() + 1 > m_blockLeft) {
+    m_blockLeft = std::max(sk_block, name.size() + 1);
+    m_blocks.push_back(std::make_unique<char[]>(m_blockLeft));
+    m_pBlock = m_blocks.back().get();
+  }
+  char* copy = m_pBlock;
+  std::memcpy(copy, name.data(), name.size());
+  copy[name.size()] = 0;
+  m_pBlock += name.size() + 1;
+  m_blockLeft -= name.size() + 1;
+  return copy;
+}
+
+const char* NameTable::Add(std::string_view name, uint32_t index) {
   if ((m_used + 1) * 2 > m_slots.size()) Grow();
   const uint32_t hash = Hash(name);
   uint32_t at = hash & m_mask;
   for (; m_slots[at].number != 0; at = (at + 1) & m_mask) {
-    if (m_slots[at].hash == hash && m_names[m_slots[at].number - 1] == name) return false;
+    if (m_slots[at].hash == hash && m_names[m_slots[at].number - 1] == name) return nullptr;
   }
   m_slots[at] = {hash, index + 1};
   m_names.resize(index + 1);
-  m_names[index] = name;
+  const char* copy = Keep(name);
+  m_names[index] = {copy, name.size()};
   ++m_used;
-  return true;
+  return copy;
 }
 
 void NameTable::Clear() {
   m_slots.clear();
   m_slots.shrink_to_fit();
   m_names.clear();
+  m_blocks.clear();
+  m_blockLeft = 0;
   m_names.shrink_to_fit();
   m_mask = 0;
   m_used = 0;

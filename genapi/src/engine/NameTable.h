@@ -3,6 +3,7 @@
 // Node names to nodes: a flat hash table over the names that the nodes have themselves. Part of a
 // NodeMap.
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -14,8 +15,9 @@ class NameTable {
  public:
   // Null when there is no such node.
   Node* Find(std::string_view name) const;
-  // The node at this index, counted by the map, gets a name. False when the name is taken.
-  bool Add(std::string_view name, uint32_t index);
+  // The node at this index, counted by the map, gets a name. Answers the table's own copy of it,
+  // null when the name is taken. Copies lie close together, which look-ups are faster for.
+  const char* Add(std::string_view name, uint32_t index);
   void Clear();
 
   explicit NameTable(const std::vector<Node*>& nodes);
@@ -30,6 +32,11 @@ class NameTable {
   void Grow();
 
   const std::vector<Node*>& m_nodes;
+  const char* Keep(std::string_view name);
+
+  std::vector<std::unique_ptr<char[]>> m_blocks;
+  size_t m_blockLeft = 0;
+  char* m_pBlock = nullptr;
   std::vector<Slot> m_slots;
   std::vector<std::string_view> m_names;  // by number; beside the nodes, which lie far apart
   uint64_t m_seed;

@@ -32,7 +32,7 @@ void NodeMap::ClearAllNodes() {
   m_changed.clear();
   for (Node* node : m_nodes) delete node;
   m_nodes.clear();
-  m_texts.clear();
+
   m_numCallbacks = 0;
   m_document.reset();
 }

@@ -9,7 +9,6 @@
 #include <GenApi/IUserData.h>
 #include <GenApi/NodeCallback.h>
 
-#include <deque>
 #include <string>
 
 #include <utility>
@@ -153,7 +152,6 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   std::vector<Dependent> m_dependents;
   std::vector<Node*> m_pollers;
   std::vector<Node*> m_selectors;
-  std::deque<std::string> m_texts;  // names made by the builder
 
   // Changes under way; guarded by the lock.
   int m_writeDepth = 0;

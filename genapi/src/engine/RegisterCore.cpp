@@ -156,7 +156,7 @@ void RegisterCore::Keep(const uint8_t* pBuffer, int64_t length) {
                    : nullptr;
     m_capacity = length > int64_t{sizeof m_bytes} ? length : int64_t{sizeof m_bytes};
   }
-  std::memcpy(CacheBytes(), pBuffer, static_cast<size_t>(length));
+  if (length > 0) std::memcpy(CacheBytes(), pBuffer, static_cast<size_t>(length));
   m_cachedLength = length;
   m_cacheValid = true;
   m_pPort->ListCached(*this);
@@ -165,7 +165,7 @@ void RegisterCore::Keep(const uint8_t* pBuffer, int64_t length) {
 void RegisterCore::Read(uint8_t* pBuffer, int64_t length, ReadMode mode) {
   if (m_cacheValid && !mode.ignoreCache && length <= m_cachedLength) {
     if (mode.verify) Address(true);
-    std::memcpy(pBuffer, CacheBytes(), static_cast<size_t>(length));
+    if (length > 0) std::memcpy(pBuffer, CacheBytes(), static_cast<size_t>(length));
     return;
   }
   const int64_t whole = Length();
@@ -173,7 +173,8 @@ void RegisterCore::Read(uint8_t* pBuffer, int64_t length, ReadMode mode) {
     GENAPI_RAISE(OutOfRangeException, m_owner, "%lld bytes cannot be read from a register of %lld",
                  static_cast<long long>(length), static_cast<long long>(whole));
   }
-  m_pPort->ReadBytes(m_owner, pBuffer, Address(mode.verify), length);
+  const int64_t address = Address(mode.verify);
+  if (length > 0) m_pPort->ReadBytes(m_owner, pBuffer, address, length);
   if (length == whole && CanCache()) Keep(pBuffer, length);
 }
 
@@ -185,6 +186,7 @@ void RegisterCore::Write(const uint8_t* pBuffer, int64_t length, bool verify) {
   }
   const int64_t address = Address(verify);
   m_owner.DropValue();
+  if (length == 0) return;
   m_pPort->WriteBytes(m_owner, pBuffer, address, length);
   NodeMap& map = m_owner.Map();
   map.RegisterWritten(m_owner, *m_pPort, address, length);

@@ -27,7 +27,8 @@ class RegisterCore {
   // With verify, the nodes that it comes from are checked too.
   int64_t Address(bool verify = false);
   int64_t Length();
-  // The length as a size that memory may be taken for; throws OutOfRangeException when it makes no sense.
+  // The length as a size that memory may be taken for; throws OutOfRangeException when it makes no
+  // sense.
   size_t CheckedLength();
   // Length given as a constant; 0 when it comes from a node.
   int64_t ConstantLength() const { return m_pLength ? 0 : m_length; }
