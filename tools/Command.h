@@ -24,6 +24,8 @@ void AddLoadCommand(CLI::App& program, Output& output);
 void AddConvertCommand(CLI::App& program, Output& output);
 void AddActionCommand(CLI::App& program, Output& output);
 void AddForceIpCommand(CLI::App& program, Output& output);
+void AddChunksCommand(CLI::App& program, Output& output);
+void AddEventsCommand(CLI::App& program, Output& output);
 void AddSendCommand(CLI::App& program, Output& output);
 void AddReceiveCommand(CLI::App& program, Output& output);
 void AddSimCommand(CLI::App& program, Output& output);

@@ -17,10 +17,11 @@ namespace OrvexTools {
 namespace {
 
 constexpr auto sk_addCommands = {
-    &AddListCommand,   &AddInfoCommand,    &AddFeaturesCommand, &AddGetCommand,
-    &AddSetCommand,    &AddExecuteCommand, &AddGrabCommand,     &AddStreamCommand,
-    &AddSaveCommand,   &AddLoadCommand,    &AddConvertCommand,  &AddForceIpCommand,
-    &AddActionCommand, &AddSendCommand,    &AddReceiveCommand,  &AddSimCommand,
+    &AddListCommand,    &AddInfoCommand,    &AddFeaturesCommand, &AddGetCommand,
+    &AddSetCommand,     &AddExecuteCommand, &AddGrabCommand,     &AddStreamCommand,
+    &AddSaveCommand,    &AddLoadCommand,    &AddConvertCommand,  &AddForceIpCommand,
+    &AddChunksCommand,  &AddEventsCommand,  &AddActionCommand,   &AddSendCommand,
+    &AddReceiveCommand, &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

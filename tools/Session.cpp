@@ -222,6 +222,13 @@ Frame Stream::Next(Milliseconds timeout) {
   }
 }
 
+Failure LostCamera(const CameraFacts& camera) {
+  return Failure(
+      fmt::format("camera {} was lost: it does not answer any more; check its power and cable, "
+                  "then run `orvex list`",
+                  Describe(camera)));
+}
+
 Frame NextFrame(Camera& camera, Stream& stream, Milliseconds patience) {
   const auto begin = Clock::now();
   auto nextQuestion = begin + sk_silenceBeforeAsking;
@@ -230,12 +237,7 @@ Frame NextFrame(Camera& camera, Stream& stream, Milliseconds patience) {
     if (frame) return frame;
     const auto now = Clock::now();
     if (now >= nextQuestion) {
-      if (!camera.Answers()) {
-        throw Failure(fmt::format(
-            "camera {} was lost: it does not answer any more; check its power and cable, then run "
-            "`orvex list`",
-            Describe(camera.Facts())));
-      }
+      if (!camera.Answers()) throw LostCamera(camera.Facts());
       nextQuestion = Clock::now() + sk_silenceBeforeAsking;
     }
     if (now - begin >= patience) {

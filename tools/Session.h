@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "tools/DeviceMatcher.h"
+#include "tools/Failure.h"
 
 namespace OrvexTools {
 
@@ -134,6 +135,9 @@ class Stream {
   Camera& m_camera;
   bool m_running = false;
 };
+
+// What to say when Camera::Answers is false.
+Failure LostCamera(const CameraFacts& camera);
 
 // Waits for the next frame until it comes, the person stops the program, or the camera is lost or
 // silent for `patience`. No frame is returned only when a stop was requested; loss and silence

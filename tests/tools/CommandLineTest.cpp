@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "WithCameras.h"
 
@@ -302,6 +303,47 @@ TEST_F(CommandLine, PicturesGoFromOneProcessToAnother) {
   EXPECT_EQ(waiting.Wait(Seconds(5)), 1) << "Ctrl-C ends a wait without limit";
 }
 
+TEST_F(CommandLine, ChunksComeWithTheirFrameAndTheCameraIsLeftAsItWas) {
+  StartCameras();
+  const json rows = OrvexJson({"chunks", Serial(), "-n", "3"});
+  ASSERT_EQ(rows.size(), 3U);
+  for (const json& row : rows) {
+    EXPECT_EQ(row["chunks"]["FrameID"], row["frame_id"]);
+    EXPECT_EQ(row["chunks"]["Width"], 1280);
+    EXPECT_EQ(row["crc_fits"], true);
+  }
+  EXPECT_EQ(Orvex({"get", Serial(), "ChunkModeActive"}).out, "false\n");
+  EXPECT_EQ(OrvexJson({"chunks", Serial(), "--chunk", "Gain"})[0]["chunks"].size(), 1U);
+  EXPECT_THAT(Orvex({"chunks", Serial(), "--chunk", "Taste"}),
+              FailsWith(1, "ChunkSelector takes one of "));
+}
+
+TEST_F(CommandLine, EventsAreToldAsTheyComeAndTurnedOffAgain) {
+  StartCameras();
+  const Result result = Orvex({"events", Serial(), "--event", "ExposureEnd", "-n", "3", "--json"});
+  ASSERT_EQ(result.code, 0) << result.err;
+  std::istringstream lines(result.out);
+  std::string line;
+  std::int64_t lastTime = 0;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(std::getline(lines, line));
+    const json row = json::parse(line);
+    EXPECT_EQ(row["event"], "ExposureEnd");
+    EXPECT_GT(row["values"]["EventExposureEndTimestamp"], lastTime);
+    lastTime = row["values"]["EventExposureEndTimestamp"];
+  }
+  EXPECT_EQ(Orvex({"set", Serial(), "EventSelector", "ExposureEnd"}).code, 0);
+  EXPECT_EQ(Orvex({"get", Serial(), "EventNotification"}).out, "Off\n");
+}
+
+TEST_F(CommandLine, LossOnTheWayIsRepairedAndCounted) {
+  m_simOptions = {"--set", "SimDropRate=0.002", "--set", "SimSeed=7"};
+  StartCameras();
+  const json summary = OrvexJson({"stream", Serial(), "--frames", "60"});
+  EXPECT_EQ(summary["incomplete_frames"], 0);
+  EXPECT_GT(summary["resent_packets"], 0);
+}
+
 class Examples : public WithCameras {};
 
 TEST_F(Examples, FirstSavesAColourPicture) {
@@ -338,6 +380,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ExampleCase{"callbacks", {"SERIAL", "20"}, " frames, "},
                     ExampleCase{"several_cameras", {"20", "SERIAL"}, "20 frames, 0 incomplete\n"},
                     ExampleCase{"persistence", {"settings.txt", "SERIAL"}, "restored to "},
+                    ExampleCase{"chunk", {"SERIAL"}, "CRC fits"},
+                    ExampleCase{"events", {"SERIAL"}, "exposure of frame "},
                     ExampleCase{"trigger", {"SERIAL"}, "trigger 4 gave frame "}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -26,11 +26,12 @@ class WithCameras : public testing::Test {
     return std::filesystem::path(ORVEX_BINARY_DIR) / "bin/orvex";
   }
 
-  // Starts cameras; returns when they answer.
+  // Starts cameras, with m_simOptions besides; returns when they answer.
   void StartCameras(int count = 1) {
-    m_pCameras = std::make_unique<Process>(
-        OrvexProgram(), std::vector<std::string>{"sim", "--cameras", std::to_string(count),
-                                                 "--address", "127.0.9.2", "--serial", m_serial});
+    std::vector<std::string> arguments{
+        "sim", "--cameras", std::to_string(count), "--address", "127.0.9.2", "--serial", m_serial};
+    arguments.insert(arguments.end(), m_simOptions.begin(), m_simOptions.end());
+    m_pCameras = std::make_unique<Process>(OrvexProgram(), arguments);
     ASSERT_TRUE(m_pCameras->WaitForOutput("ready", Seconds(20))) << m_pCameras->Err();
   }
 
@@ -58,6 +59,7 @@ class WithCameras : public testing::Test {
   }
 
   std::filesystem::path m_folder;
+  std::vector<std::string> m_simOptions;
   std::string m_serial = "T" + std::to_string(::getpid());
   std::unique_ptr<Process> m_pCameras;
 };

@@ -22,6 +22,7 @@ constexpr unsigned sk_maxCameras = 64;
 
 struct Options {
   unsigned count = 1;
+  std::vector<std::string> settings;
   OrvexSim::CameraOptions camera;
 };
 
@@ -60,7 +61,14 @@ std::unique_ptr<OrvexSim::VirtualCamera> Started(const OrvexSim::CameraOptions& 
   }
 }
 
-void RunSim(const Options& options, const Output& output) {
+void RunSim(Options& options, const Output& output) {
+  for (const std::string& setting : options.settings) {
+    const std::size_t equals = setting.find('=');
+    if (equals == std::string::npos || equals == 0) {
+      throw Misuse(fmt::format("'{}' is no setting, such as Width=640", setting));
+    }
+    options.camera.settings.emplace_back(setting.substr(0, equals), setting.substr(equals + 1));
+  }
   std::vector<std::unique_ptr<OrvexSim::VirtualCamera>> cameras;
   Record rows = Record::array();
   for (unsigned index = 0; index < options.count; ++index) {
@@ -118,6 +126,12 @@ void AddSimCommand(CLI::App& program, Output& output) {
       ->add_option("--path-limit", camera.pathLimit,
                    "Packets larger than this vanish on the way; 0: none do")
       ->capture_default_str();
+  pCommand->add_option(
+      "--description", camera.descriptionFile,
+      "Serve this description (.xml or .zip) of another camera; its registers are plain memory");
+  pCommand->add_option("--set", pOptions->settings,
+                       "FEATURE=VALUE to start with, also faults such as SimDropRate=0.01; may be "
+                       "given several times");
   pCommand->callback([pOptions, &output] { RunSim(*pOptions, output); });
 }
 
