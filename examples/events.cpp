@@ -16,10 +16,12 @@ class IgnoreFrames : public Orvex::IImageCallback {
 
 // Called while WaitOnEvent works, on the thread that waits.
 void OnExposureEnd(GenApi::INode* pNode) {
-  GenApi::INodeMap* pNodes = pNode->GetNodeMap();
-  std::cout << "exposure of frame "
-            << Orvex::GetNodeValue<int64_t>(pNodes, "EventExposureEndFrameID") << " ended at "
-            << Orvex::GetNodeValue<int64_t>(pNodes, "EventExposureEndTimestamp") << '\n';
+  GenApi::CIntegerPtr pFrameId(pNode->GetNodeMap()->GetNode("EventExposureEndFrameID"));
+  GenApi::CIntegerPtr pTime(pNode->GetNodeMap()->GetNode("EventExposureEndTimestamp"));
+  // Starting a stream touches every node; before the first event there is nothing to read.
+  if (!GenApi::IsReadable(pFrameId)) return;
+  std::cout << "exposure of frame " << pFrameId->GetValue() << " ended at " << pTime->GetValue()
+            << '\n';
 }
 
 void Run(Orvex::IDevice* pCamera) {

@@ -337,7 +337,7 @@ TEST_F(CommandLine, EventsAreToldAsTheyComeAndTurnedOffAgain) {
 }
 
 TEST_F(CommandLine, LossOnTheWayIsRepairedAndCounted) {
-  m_simOptions = {"--set", "SimDropRate=0.002", "--set", "SimSeed=7"};
+  m_simOptions = {"--set", "SimDropRate=0.3", "--set", "SimSeed=7"};
   StartCameras();
   const json summary = OrvexJson({"stream", Serial(), "--frames", "60"});
   EXPECT_EQ(summary["incomplete_frames"], 0);

@@ -130,7 +130,7 @@ void AddSimCommand(CLI::App& program, Output& output) {
       "--description", camera.descriptionFile,
       "Serve this description (.xml or .zip) of another camera; its registers are plain memory");
   pCommand->add_option("--set", pOptions->settings,
-                       "FEATURE=VALUE to start with, also faults such as SimDropRate=0.01; may be "
+                       "FEATURE=VALUE to start with, also faults such as SimDropRate=1; may be "
                        "given several times");
   pCommand->callback([pOptions, &output] { RunSim(*pOptions, output); });
 }
