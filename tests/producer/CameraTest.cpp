@@ -6,6 +6,7 @@
 #include <set>
 
 #include "OpenCamera.h"
+#include "gentl/GenTLExtensions.h"
 #include "gigevision/Bootstrap.h"
 #include "producer/Limits.h"
 
@@ -253,6 +254,76 @@ TEST_F(Streaming, AFlushWhileAFrameIsFilledKeepsItOut) {
   // Every buffer is free again.
   for (int i = 0; i < 3; ++i)
     EXPECT_EQ(CodeOf([&] { camera->stream->Revoke(camera->stream->BufferAt(0)); }), GC_ERR_SUCCESS);
+}
+
+TEST(Models, TheEventsOfACameraReachItsConsumer) {
+  SimulatedCamera simulated("127.0.0.84");
+  OpenCamera camera("127.0.0.84");
+  const auto event = camera.device->RegisterEvent(EVENT_REMOTE_DEVICE);
+  camera.WriteWord(simulated.Register("TestEventGenerate"), 1);
+  uint8_t entry[sk_maxEventBytes];
+  size_t size = sizeof entry;
+  ASSERT_EQ(CodeOf([&] { event->GetData(entry, &size, 2000); }), GC_ERR_SUCCESS);
+  INFO_DATATYPE type;
+  uint64_t id = 0;
+  size_t idSize = sizeof id;
+  event->GetDataInfo({entry, size}, EVENT_DATA_NUMID, InfoQuery(&type, &id, &idSize));
+  EXPECT_EQ(id, 0x9FFFu);
+}
+
+TEST(Models, CompressedPicturesAreTheirOwnPayloadType) {
+  SimulatedCamera simulated("127.0.0.85", std::string("qoi"));
+  OpenCamera camera("127.0.0.85");
+  constexpr size_t bytes = 16 << 20;
+  camera.OpenStream(4, bytes);
+  camera.stream->Start(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+  camera.WriteWord(simulated.Register("AcquisitionStart"), 1);
+  const auto buffer = camera.Next(5000);
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_FALSE(buffer->frame.incomplete);
+  EXPECT_EQ(GenTlPayloadType(buffer->frame.wireType, buffer->frame.pixelFormat), 1001u);
+  EXPECT_EQ(std::string(buffer->Base(), buffer->Base() + 4), "qoif");
+  EXPECT_EQ(buffer->frame.dataSize, buffer->frame.filled);
+}
+
+TEST(Models, TheEventSensorStreamsListsOfEventsAndItsTriggers) {
+  SimulatedCamera simulated("127.0.0.86", std::string("event"));
+  OpenCamera camera("127.0.0.86");
+  ASSERT_EQ(camera.device->StreamCount(), 4u);
+  for (const uint32_t index : {1u, 2u}) {
+    const auto other = camera.device->OpenStream(camera.device->StreamId(index).c_str());
+    other->Queue(other->Announce(nullptr, 100, nullptr));
+    EXPECT_EQ(CodeOf([&] { other->Start(ACQ_START_FLAGS_DEFAULT, 1); }), GC_ERR_NOT_IMPLEMENTED);
+  }
+  constexpr uint32_t width = 1280, height = 720;
+  camera.OpenStream(4, size_t{width} * height * 16, 3);
+  const auto triggers = camera.stream->RegisterEvent(EVENT_NEW_EVS_TRIGGER);
+  camera.stream->SetupResend(0, 50, width, height);
+  OpenCamera::SetNode(*camera.stream, "StreamEvsOutputFormat",
+                      static_cast<int64_t>(EvsFormat::Xytp));
+  camera.stream->Start(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+  camera.WriteWord(simulated.Register("AcquisitionStart"), 1);
+  const auto buffer = camera.Next(5000);
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_FALSE(buffer->frame.incomplete);
+  ASSERT_GT(buffer->frame.filled, 16u * 100);
+  EXPECT_EQ(buffer->frame.filled % 16, 0u);
+  uint64_t last = 0;
+  for (size_t at = 0; at < buffer->frame.filled; at += 16) {
+    uint16_t x, y;
+    uint64_t time;
+    std::memcpy(&x, buffer->Base() + at, 2);
+    std::memcpy(&y, buffer->Base() + at + 2, 2);
+    std::memcpy(&time, buffer->Base() + at + 4, 8);
+    ASSERT_LT(x, width);
+    ASSERT_LT(y, height);
+    ASSERT_GE(time, last);
+    last = time;
+  }
+  uint8_t entry[sk_maxEventBytes];
+  size_t size = sizeof entry;
+  EXPECT_EQ(CodeOf([&] { triggers->GetData(entry, &size, 1000); }), GC_ERR_SUCCESS);
+  EXPECT_EQ(size, 11u);
 }
 
 TEST(SeveralCameras, StreamSideBySide) {

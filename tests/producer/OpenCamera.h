@@ -51,8 +51,8 @@ class OpenCamera {
     return GigEVision::LoadBe32(word);
   }
 
-  void OpenStream(size_t buffers, size_t bytes) {
-    stream = device->OpenStream(device->StreamId(0).c_str());
+  void OpenStream(size_t buffers, size_t bytes, uint32_t index = 0) {
+    stream = device->OpenStream(device->StreamId(index).c_str());
     for (size_t i = 0; i < buffers; ++i) stream->Queue(stream->Announce(nullptr, bytes, nullptr));
     newBuffer = stream->RegisterEvent(GenTL::EVENT_NEW_BUFFER);
   }

@@ -15,11 +15,11 @@ class SimulatedCamera {
 
   explicit SimulatedCamera(const std::string& address, uint32_t width = sk_width,
                            uint32_t height = sk_height, double frameRate = 50)
-      : m_options(Options(address, width, height, frameRate)),
-        m_camera(m_options),
-        m_xml(m_camera.Description()) {
-    m_camera.Start();
-  }
+      : SimulatedCamera(Options(address, width, height, frameRate)) {}
+
+  // Another model with its own sizes.
+  SimulatedCamera(const std::string& address, const std::string& model)
+      : SimulatedCamera(OfModel(address, model)) {}
 
   void Stop() { m_camera.Stop(); }
   void Start() { m_camera.Start(); }
@@ -35,6 +35,18 @@ class SimulatedCamera {
   }
 
  private:
+  explicit SimulatedCamera(const OrvexSim::CameraOptions& options)
+      : m_options(options), m_camera(m_options), m_xml(m_camera.Description()) {
+    m_camera.Start();
+  }
+
+  static OrvexSim::CameraOptions OfModel(const std::string& address, const std::string& model) {
+    OrvexSim::CameraOptions options;
+    options.address = address;
+    options.model = model;
+    options.frameRate = 50;
+    return options;
+  }
   static OrvexSim::CameraOptions Options(const std::string& address, uint32_t width,
                                          uint32_t height, double rate) {
     OrvexSim::CameraOptions options;
