@@ -148,7 +148,7 @@ constexpr size_t WholeBytes(const ConvertFormat& row, size_t n) {
   return Primitives::BytesOf(row.packing, SamplesOf(row.family, n));
 }
 
-// ---- Shortcuts ----------------------------------------------------------------------------------
+// ---- Shortcuts
 
 // Formats of polarised pixels and of 24 bits convert, but have no shortcuts.
 constexpr bool HasShortcuts(const ConvertFormat& row) {

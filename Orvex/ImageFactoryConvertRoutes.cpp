@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/ImageFactoryConvertRoutes.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "Orvex/ImageFactoryConvert.h"
 #include "Orvex/ImageFactoryConvertPools.h"
+#include "primitives/RowThreads.h"
 
 namespace Orvex {
 namespace {
@@ -89,6 +92,33 @@ uint8_t* DemosaicToPool(ScratchPools& pools, const ConvertJob& job, IppiBayerGri
   return pRgb;
 }
 
+// Demosaics directionally a band of lines at a time and hands each band, as RGB in pool A, to
+// finish(pRgb, first line, lines) while it is in the processor's caches.
+template <class Finish>
+void DemosaicInBands(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid grid,
+                     const uint8_t* pSrc, Finish finish) {
+  constexpr size_t sk_bandLines = 64;
+  const size_t w = size_t(job.size.width), h = size_t(job.size.height);
+  uint8_t* pRgb = pools.A(w * h * 3);
+  std::atomic<IppStatus> result{ippStsNoErr};
+  Primitives::SplitRows(
+      h, w * h * 8,
+      [&](size_t first, size_t last) {
+        // The lines of each range have their own place in the pool.
+        uint8_t* pBand = pRgb + first * w * 3;
+        for (size_t y = first; y < last; y += sk_bandLines) {
+          const size_t lines = std::min(sk_bandLines, last - y);
+          const IppiRect region{0, int(y), int(w), int(lines)};
+          IppStatus status =
+              ippiCFAToRGB_8u_C1C3R(pSrc, region, job.size, int(w), pBand, int(3 * w), grid, 0);
+          if (status == ippStsNoErr) status = finish(pBand, y, IppiSize{int(w), int(lines)});
+          if (status != ippStsNoErr) result = status;
+        }
+      },
+      sk_bandLines);
+  job.Check(result);
+}
+
 // 8-bit samples of a family to BGRa8. Pools A and C are free for it; pBytes may lie in pool B.
 void From8(Family family, ScratchPools& pools, const ConvertJob& job, const uint8_t* pBytes,
            uint8_t* pBgra, _EBayerAlgorithm algorithm) {
@@ -101,9 +131,16 @@ void From8(Family family, ScratchPools& pools, const ConvertJob& job, const uint
     case Family::BayerGR:
     case Family::BayerGB:
     case Family::BayerBG: {
-      const uint8_t* pRgb = DemosaicToPool<Ipp8u>(pools, job, GridOf(family), pBytes, algorithm);
-      job.Check(
-          ippiSwapChannels_8u_C3C4R(pRgb, 3 * w, pBgra, 4 * w, job.size, sk_swapRedAndBlue, 0));
+      const auto swap = [=](const uint8_t* pRgb, size_t y, IppiSize size) {
+        return ippiSwapChannels_8u_C3C4R(pRgb, 3 * w, pBgra + y * size_t(w) * 4, 4 * w, size,
+                                         sk_swapRedAndBlue, 0);
+      };
+      if (algorithm == DirectionalInterpolation) {
+        DemosaicInBands(pools, job, GridOf(family), pBytes, swap);
+      } else {
+        job.Check(swap(DemosaicToPool<Ipp8u>(pools, job, GridOf(family), pBytes, algorithm), 0,
+                       job.size));
+      }
       return;
     }
     case Family::RGB:
@@ -323,8 +360,16 @@ bool RunDirect(const ConvertFormat& from, const ConvertFormat& to, const Convert
     if (to.family == Family::RGB) {
       Demosaic<Ipp8u>(job, GridOf(from.family), pSrc, algorithm, pDst);
     } else {
-      const uint8_t* pRgb = DemosaicToPool<Ipp8u>(pools, job, GridOf(from.family), pSrc, algorithm);
-      job.Check(ippiSwapChannels_8u_C3R(pRgb, 3 * w, pDst, 3 * w, job.size, sk_swapRedAndBlue));
+      const auto swap = [=](const uint8_t* pRgb, size_t y, IppiSize size) {
+        return ippiSwapChannels_8u_C3R(pRgb, 3 * w, pDst + y * size_t(w) * 3, 3 * w, size,
+                                       sk_swapRedAndBlue);
+      };
+      if (algorithm == DirectionalInterpolation) {
+        DemosaicInBands(pools, job, GridOf(from.family), pSrc, swap);
+      } else {
+        job.Check(swap(DemosaicToPool<Ipp8u>(pools, job, GridOf(from.family), pSrc, algorithm), 0,
+                       job.size));
+      }
     }
     return true;
   }

@@ -116,7 +116,6 @@ constexpr size_t EightOf(Packing packing) {
 }
 
 // ---- Blocks for Stream
-// -------------------------------------------------------------------------------------------------
 
 template <Packing From, Packing To>
 struct Block;
@@ -287,7 +286,6 @@ struct Block<Packing::U8, Packing::U24> {
 };
 
 // ---- YCbCr regrouping, two groups of four pixels a block
-// ------------------------------------------------------------------
 
 #define ORVEX_REGROUP(from, to, ...)                                           \
   template <>                                                                  \

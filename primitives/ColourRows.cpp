@@ -76,7 +76,6 @@ HWY_INLINE V16 Times(V16 high, uint16_t weight) {
 }
 
 // ---- Grey
-// -----------------------------------------------------------------------------------------------------------
 
 template <size_t Channels>
 struct GreyTo8 : Exact<1, Channels> {
@@ -163,7 +162,6 @@ struct RgbToGrey16C3 : Exact<6, 2> {
 };
 
 // ---- Channel order
-// ---------------------------------------------------------------------------------------------------
 
 // Moves bytes within pixels by a table: as many pixels as fit 16 bytes on both sides, four times.
 template <size_t In, size_t Out>
@@ -204,7 +202,6 @@ using Shuffle6To8 = Shuffle<6, 8>;
 using Shuffle8To6 = Shuffle<8, 6>;
 
 // ---- Range
-// -----------------------------------------------------------------------------------------------------------
 
 // The last of each four samples is left alone when KeepFourth; 0xFF stands for it.
 template <size_t Bytes>
@@ -256,7 +253,6 @@ using Scale16To8C1 = Scale16To8<1>;
 using Scale16To8AC4 = Scale16To8<4>;
 
 // ---- YCbCr
-// -----------------------------------------------------------------------------------------------------------
 
 // Y, Cb and Cr of colours in the high bytes, in the high bytes; the low ones hold fractions. The
 // weights of each chroma add up to nothing, so that grey has none.

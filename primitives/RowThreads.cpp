@@ -13,6 +13,9 @@
 namespace Orvex::Primitives {
 namespace {
 
+// Whether this thread is doing rows: what it calls then does its own rows alone.
+thread_local bool t_inRows = false;
+
 // Ranges are handed out by a counter, so that a thread that is slow to wake costs nothing: the
 // others take its rows.
 class RowPool {
@@ -37,7 +40,8 @@ class RowPool {
     const unsigned threads = m_count;
     std::unique_lock user(m_user, std::defer_lock);
     if (rows == 0) return;
-    if (threads < 2 || bytes < sk_minBytesToSplit || rows < 2 * grain || !user.try_lock()) {
+    if (threads < 2 || bytes < sk_minBytesToSplit || rows < 2 * grain || t_inRows ||
+        !user.try_lock()) {
       work(context, 0, rows);
       return;
     }
@@ -69,11 +73,13 @@ class RowPool {
   };
 
   void Work(const Job& job) {
+    t_inRows = true;
     for (;;) {
       const size_t first = m_next.fetch_add(job.step, std::memory_order_relaxed);
-      if (first >= job.rows) return;
+      if (first >= job.rows) break;
       job.work(job.context, first, std::min(first + job.step, job.rows));
     }
+    t_inRows = false;
   }
 
   void Serve(size_t id) {

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A few threads that share the rows of a large image. The library owns them: they start with the
 // first large image and end when the process or the library's unloading does. Any thread may call;
-// one caller at a time is helped, others meanwhile do their rows alone. Work that is split gives
-// the same bytes as work that is not.
+// one caller at a time is helped, others, and work within work, do their rows alone. Work that is
+// split gives the same bytes as work that is not.
 
 #include <cstddef>
 

@@ -14,6 +14,7 @@
 #include "ImageFactory.h"
 #include "Orvex/ImageFactoryConvert.h"
 #include "PixelFormat.h"
+#include "primitives/RowThreads.h"
 #include "tests/Orvex/ConvertPixels.h"
 
 namespace {
@@ -63,8 +64,7 @@ class Convert : public testing::Test {
   }
 };
 
-// Pairs
-// ---------------------------------------------------------------------------------------------------------------
+// ---- Pairs
 
 struct NamedFormat {
   const char* name;
@@ -188,8 +188,7 @@ TEST_F(Convert, CountsBytesOfAnImage) {
   EXPECT_EQ(ImageFactoryConvert::calcSize(3, 1, Mono16), 7u);
 }
 
-// Colours
-// -------------------------------------------------------------------------------------------------------------
+// ---- Colours
 
 constexpr const char* sk_patterns[] = {"RG", "GR", "GB", "BG"};
 
@@ -234,6 +233,21 @@ TEST_F(Convert, MosaicsOfEveryPatternAndDepthShowTheirColour) {
           << name;
     }
   }
+}
+
+TEST_F(Convert, BandsOfLinesMakeTheWholePictureOnAnyNumberOfThreads) {
+  const Bytes data = Noise(701 * 523, 7);
+  const Bytes rgb = Run(BayerGB8, RGB8, 701, 523, data);
+  Bytes bgr(rgb.size()), bgra(rgb.size() / 3 * 4);
+  for (size_t i = 0; i < rgb.size() / 3; ++i) {
+    for (size_t c = 0; c < 3; ++c) bgr[i * 3 + c] = bgra[i * 4 + c] = rgb[i * 3 + 2 - c];
+  }
+  for (const unsigned threads : {1u, 2u, 5u}) {
+    Primitives::SetRowThreads(threads);
+    EXPECT_TRUE(Run(BayerGB8, BGR8, 701, 523, data) == bgr) << threads << " threads";
+    EXPECT_TRUE(Run(BayerGB8, BGRa8, 701, 523, data) == bgra) << threads << " threads";
+  }
+  Primitives::SetRowThreads(0);
 }
 
 TEST_F(Convert, SixteenBitColourKeepsTheBitsOfTheSource) {
@@ -330,8 +344,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Sample{RGB8, YCbCr411_8_CbYYCrYY, {255, 0, 0}, {90, 82, 82, 240, 82, 82}},
                     Sample{RGB8, YCbCr411_8, {255, 0, 0}, {82, 82, 90, 82, 82, 240}}));
 
-// What is kept, and what is left alone
-// ----------------------------------------------------------------------------------
+// ---- What is kept, and what is left alone
 
 struct RoundTrip {
   PfncFormat_ from, through;
