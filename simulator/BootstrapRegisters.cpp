@@ -214,7 +214,7 @@ Status CameraCore::WriteCcp(uint32_t value) {
     const bool open =
         (control.privilege & (B::sk_ccpSwitchover | B::sk_ccpExclusive)) == B::sk_ccpSwitchover;
     if (!open || value >> 16 != control.switchoverKey || wanted == 0) return Status::AccessDenied;
-    QueueEvent({static_cast<uint16_t>(7), 0, Now(), {}});  // tells the old owner
+    QueueEvent({sk_switchEventId, 0, Now(), {}});  // tells the old owner
     control.owner = caller;
   }
   const bool access = (wanted & (B::sk_ccpExclusive | B::sk_ccpControl)) != 0;

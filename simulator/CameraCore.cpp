@@ -185,10 +185,6 @@ uint64_t CameraCore::Now() const {
   return ToDeviceTime(Clock::now());
 }
 
-std::string CameraCore::UserName() const {
-  return m_userName;
-}
-
 bool CameraCore::TransportLocked() const {
   return acquisition.active || m_tlParamsLocked->Bool();
 }

@@ -124,8 +124,6 @@ class CameraCore {
   void CloseControl();  // the owner left or fell silent
   Status WriteCcp(uint32_t value);
   std::string Serial() const { return m_serial; }
-  std::string UserName() const;
-  std::string Url() const { return m_url; }
   const std::string& Description() const { return m_description; }  // immutable
   size_t PayloadSize() const;
   ChunkPlan TakeChunks() const;

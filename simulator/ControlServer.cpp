@@ -389,8 +389,7 @@ void ControlServer::Action(const CommandPacket& packet, Reply& reply) {
   } else if (action->time <= m_camera.Now()) {
     FireAction(signals);
     status = Status::ActionLate;
-    m_camera.QueueEvent(
-        {static_cast<uint16_t>(GigEVision::EventId::ActionLate), 0, m_camera.Now(), {}});
+    m_camera.QueueEvent({sk_actionLateEventId, 0, m_camera.Now(), {}});
   } else if (m_actions.size() >= sk_maxScheduledActions) {
     status = Status::Overflow;
   } else {

@@ -8,9 +8,6 @@
 
 namespace OrvexSim {
 
-inline constexpr size_t sk_maxCameras = 64;  // of one simulator
-inline constexpr size_t sk_maxFrameMemory = size_t{256}
-                                            << 20;  // bytes of frames kept for resends, per camera
 inline constexpr size_t sk_maxFramesKept = 64;
 inline constexpr size_t sk_minFramesKept = 2;
 inline constexpr size_t sk_maxResendPackets = 1u << 16;  // answered for one request

@@ -176,6 +176,15 @@ TEST_F(Stream, WaitsForEachTrigger) {
   }
 }
 
+TEST_F(Stream, IsTriggeredByItsTimer) {
+  host.Set("TriggerMode", 1);
+  host.Set("TriggerSource", 1);  // Timer0End
+  host.SetReal("TimerDuration", 40000);
+  const auto frames = host.Grab(3);
+  ASSERT_EQ(frames.size(), 3u);
+  EXPECT_GE(frames[2].leader.timestamp - frames[1].leader.timestamp, 39'900'000u);
+}
+
 TEST_F(Stream, IsTriggeredByActionsThatAreMeantForIt) {
   host.Set("TriggerMode", 1);
   host.Set("TriggerSource", 2);  // Action0
