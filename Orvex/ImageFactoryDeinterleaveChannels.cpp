@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 #include "PixelFormat.h"
 

@@ -6,7 +6,6 @@
 
 #include "Orvex/Check.h"
 #include "Orvex/PixelFormatName.h"
-#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 
 namespace Orvex {

@@ -12,10 +12,12 @@
 
 #include "primitives/BitDepth.h"
 #include "primitives/RowThreads.h"
+#include "primitives/SampleKernels.h"
 
 namespace Orvex {
 
 using Primitives::Packing;
+namespace SampleKernels = Primitives::SampleKernels;
 
 /// Significant bits of a sample.
 constexpr unsigned BitsOf(Packing packing) {

@@ -9,7 +9,6 @@
 #include "Orvex/Check.h"
 #include "Orvex/ImageFactoryInternal.h"
 #include "Orvex/PixelFormatName.h"
-#include "Orvex/SampleKernels.h"
 #include "Orvex/Samples.h"
 
 namespace Orvex {

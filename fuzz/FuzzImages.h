@@ -3,10 +3,14 @@
 // What the fuzz targets of images share: the factory, and an image of any format over foreign
 // bytes.
 
+#include <Base/GCException.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <stdexcept>
 
 #include "ImageFactory.h"
 #include "Orvex/ImageFactoryInternal.h"

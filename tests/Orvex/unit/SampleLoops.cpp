@@ -7,11 +7,13 @@
 #include <algorithm>
 
 #include "ImageTools.h"
-#include "Orvex/SampleKernels.h"
+#include "primitives/SampleKernels.h"
 #include "tests/primitives/Targets.h"
 
 namespace Orvex::Testing {
 namespace {
+
+namespace SampleKernels = Primitives::SampleKernels;
 
 constexpr size_t sk_maxSamples = 200;
 constexpr uint8_t sk_canary = 0xA5;

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Orvex::SampleKernels {
+namespace Orvex::Primitives::SampleKernels {
 
 /// Words shifted to the right in place. pWords is aligned.
 void ShiftWords(uint16_t* pWords, size_t n, unsigned right);
@@ -38,4 +38,4 @@ void LookUpBytes(const uint8_t* pSrc, size_t n, const uint8_t* pTable, uint8_t* 
 void LookUpBytesInPattern(const uint8_t* pSrc, size_t n, const uint8_t* pTables,
                           const uint8_t* pPattern, size_t length, uint8_t* pDst);
 
-}  // namespace Orvex::SampleKernels
+}  // namespace Orvex::Primitives::SampleKernels

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Orvex/SampleKernels.h"
+#include "primitives/SampleKernels.h"
 
 #include <algorithm>
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "Orvex/SampleKernels.cpp"
+#define HWY_TARGET_INCLUDE "primitives/SampleKernels.cpp"
 // Its byte permutations make lookup tables as fast as copying.
 #define HWY_WANT_AVX3_DL 1
-// As for all kernels of this library: SSSE3 alone is not worth its code, and the portable fallback
-// is the one whose lanes behave as the others' do.
-#define HWY_DISABLED_TARGETS HWY_SSSE3
-#define HWY_BROKEN_EMU128    0
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace Orvex::SampleKernels::HWY_NAMESPACE {
+namespace Orvex::Primitives::SampleKernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -231,11 +227,11 @@ void LookUpBytesInPattern(const uint8_t* HWY_RESTRICT pSrc, size_t n,
   }
 }
 
-}  // namespace Orvex::SampleKernels::HWY_NAMESPACE
+}  // namespace Orvex::Primitives::SampleKernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace Orvex::SampleKernels {
+namespace Orvex::Primitives::SampleKernels {
 
 HWY_EXPORT(ShiftWords);
 HWY_EXPORT(NarrowWords);
@@ -276,5 +272,5 @@ void LookUpBytesInPattern(const uint8_t* pSrc, size_t n, const uint8_t* pTables,
   HWY_DYNAMIC_DISPATCH(LookUpBytesInPattern)(pSrc, n, pTables, pPattern, length, pDst);
 }
 
-}  // namespace Orvex::SampleKernels
+}  // namespace Orvex::Primitives::SampleKernels
 #endif
