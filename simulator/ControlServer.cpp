@@ -218,7 +218,7 @@ void ControlServer::MoveTo(uint32_t ip) {
     FindInterface(ip, network);
     if (network.ip == before.ip) return;
     OpenSockets();
-    m_streamer.Rebind(ip);
+    m_streamer.Rebind(ip, network.mtu);
   } catch (const std::exception&) {
     network = before;  // an address that this machine does not have: the camera stays where it is
   }

@@ -178,6 +178,13 @@ void AddFaultFeatures(FeatureTable& t) {
       .Range(0, sk_maxRegisterDelayMs)
       .Default(500)
       .Docu("How long the slow register takes.");
+  t.Boolean("SimSegmentationOffload")
+      .Custom()
+      .Expert()
+      .Default(1)
+      .Docu(
+          "Lets the kernel cut runs of packets; rules of a network lab that count packets need it "
+          "off.");
   t.Boolean("SimBrokenDescription")
       .Custom()
       .Expert()

@@ -74,12 +74,14 @@ PacketSender::PacketSender(uint32_t ip, uint32_t mtu, uint32_t pathLimit)
   ::setsockopt(m_fd.Get(), SOL_SOCKET, SO_SNDBUF, &sk_sendBuffer, sizeof sk_sendBuffer);
 }
 
-void PacketSender::Rebind(uint32_t ip) {
+void PacketSender::Rebind(uint32_t ip, uint32_t mtu) {
   const UniqueFd fresh = BindUdp(ip, 0, false);
   ::setsockopt(fresh.Get(), SOL_SOCKET, SO_SNDBUF, &sk_sendBuffer, sizeof sk_sendBuffer);
   // Replaced under its number, because the streaming thread may be sending the rest of a frame.
   ::dup2(fresh.Get(), m_fd.Get());
   m_doNotFragment = -1;
+  m_mtu = mtu;
+  m_segmentation = true;
 }
 
 void PacketSender::SetDoNotFragment(bool on) {
@@ -127,19 +129,42 @@ bool PacketSender::SendSegmented(const Frame& frame, uint32_t firstPacket, size_
   return ::sendmsg(m_fd.Get(), &message, 0) >= 0;
 }
 
+void PacketSender::SendEach(const Frame& frame, uint32_t firstPacket, size_t count,
+                            const Route& route) {
+  Packet packets[sk_maxSegments];
+  iovec parts[2 * sk_maxSegments];
+  mmsghdr messages[sk_maxSegments] = {};
+  sockaddr_in to = SocketAddress(route.destination.ip, route.destination.port);
+  for (size_t i = 0; i < count; ++i) {
+    packets[i] = MakePacket(frame, firstPacket + static_cast<uint32_t>(i), Status::Success, false);
+    parts[2 * i] = {packets[i].header, packets[i].headerSize};
+    parts[2 * i + 1] = {const_cast<uint8_t*>(packets[i].content), packets[i].contentSize};
+    messages[i].msg_hdr.msg_name = &to;
+    messages[i].msg_hdr.msg_namelen = sizeof to;
+    messages[i].msg_hdr.msg_iov = &parts[2 * i];
+    messages[i].msg_hdr.msg_iovlen = 2;
+  }
+  for (size_t sent = 0; sent < count;) {
+    const int now = ::sendmmsg(m_fd.Get(), messages + sent, static_cast<unsigned>(count - sent), 0);
+    sent += now > 0 ? static_cast<size_t>(now) : 1;  // a packet that cannot leave is a lost packet
+  }
+}
+
 size_t PacketSender::SendRun(const Frame& frame, uint32_t firstPacket, size_t count,
                              const Route& route) {
   if (m_pathLimit != 0 && route.packetSize > m_pathLimit) return count;
   const size_t wire = route.packetSize - sk_ipUdpOverhead;
-  if (m_segmentation && count > 1 && route.packetSize <= m_mtu) {
+  if (route.segmentation && m_segmentation && count > 1 && route.packetSize <= m_mtu) {
     count = std::min({count, sk_maxSegments, sk_maxSegmentedBytes / wire});
     if (SendSegmented(frame, firstPacket, count, route)) return count;
-    // Interfaces without checksum offload refuse; anything else fails for single packets alike.
+    // Interfaces without checksum offload refuse. Other failures are packets lost on the way.
+    const bool refused =
+        errno == EINVAL || errno == EIO || errno == EOPNOTSUPP || errno == EMSGSIZE;
+    if (!refused) return count;
     m_segmentation = false;
   }
-  for (size_t i = 0; i < count; ++i) {
-    SendPacket(frame, firstPacket + static_cast<uint32_t>(i), route, Status::Success, false);
-  }
+  count = std::min(count, sk_maxSegments);
+  SendEach(frame, firstPacket, count, route);
   return count;
 }
 

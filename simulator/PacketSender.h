@@ -19,6 +19,7 @@ struct Route {
   bool doNotFragment = false;
   uint32_t packetDelayNs = 0;   // least time from packet to packet
   uint64_t bytesPerSecond = 0;  // 0 = as fast as possible
+  bool segmentation = true;     // let the kernel cut runs of packets
 };
 
 class PacketSender {
@@ -28,7 +29,7 @@ class PacketSender {
   PacketSender(uint32_t ip, uint32_t mtu, uint32_t pathLimit);
 
   uint16_t Port() const { return LocalPort(m_fd.Get()); }
-  void Rebind(uint32_t ip);  // throws std::system_error; the port changes
+  void Rebind(uint32_t ip, uint32_t mtu);  // throws std::system_error; the port changes
 
   // Leader, data and trailer, paced. Gives up between packets when `stop` becomes true.
   void SendFrame(Frame& frame, const Route& route, const std::atomic<bool>& stop);
@@ -50,11 +51,13 @@ class PacketSender {
   void SendCorrupt(const Frame& frame, uint32_t packetId, const Route& route, FaultDice& dice);
   size_t SendRun(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   bool SendSegmented(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
+  void SendEach(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   void Wait(const Route& route, Clock::time_point& next);
 
   UniqueFd m_fd;
-  uint32_t m_mtu, m_pathLimit;
-  bool m_segmentation = true;
+  std::atomic<uint32_t> m_mtu;
+  const uint32_t m_pathLimit;
+  std::atomic<bool> m_segmentation = true;  // as far as the interface can
   std::atomic<int> m_doNotFragment = -1;
 };
 

@@ -63,6 +63,7 @@ Route Streamer::TakeRoute() const {
   route.packetSize = stream.packetSize;
   route.doNotFragment = stream.doNotFragment;
   route.packetDelayNs = stream.packetDelay;
+  route.segmentation = m_camera.F("SimSegmentationOffload").Bool();
   if (m_camera.F("DeviceLinkThroughputLimitMode").Bool()) {
     route.bytesPerSecond = static_cast<uint64_t>(m_camera.F("DeviceLinkThroughputLimit").Int());
   }

@@ -19,7 +19,7 @@ class Streamer {
   void Start();
   void Stop();
   uint16_t Port() const { return m_sender.Port(); }
-  void Rebind(uint32_t ip) { m_sender.Rebind(ip); }
+  void Rebind(uint32_t ip, uint32_t mtu) { m_sender.Rebind(ip, mtu); }
   bool SendTest(uint32_t size, const Endpoint& destination) {
     return m_sender.SendTest(size, destination);
   }

@@ -65,6 +65,17 @@ TEST_F(Stream, FollowsThePacketSize) {
   }
 }
 
+TEST_F(Stream, IsTheSameWithAndWithoutSegmentationOffload) {
+  const auto with = host.Grab(2);
+  host.Set("SimSegmentationOffload", 0);
+  const auto without = host.Grab(2);
+  ASSERT_EQ(with.size(), 2u);
+  ASSERT_EQ(without.size(), 2u);
+  EXPECT_TRUE(without[1].complete);
+  EXPECT_TRUE(with[1].data == without[1].data);
+  EXPECT_EQ(without[1].raw.at(1).size(), 1472u);
+}
+
 TEST_F(Stream, NumbersWithSixtyFourBitsWhenAsked) {
   EXPECT_EQ(host.Write(B::sk_gvspConfiguration, B::sk_gvspCfgExtendedIds), Status::Success);
   const auto frames = host.Grab(2);
