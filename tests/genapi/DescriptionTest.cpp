@@ -248,6 +248,65 @@ TEST(Description, LongChainsOfUncachedNodesEndInAnErrorAndNotInAHang) {
   Play(nodes, {{"int N0", "!LogicalError"}, {"int N55", "0"}});
 }
 
+TEST(Description, LongChainsEndInAnErrorWhateverIsAsked) {
+  std::string nodes = Node("Integer", "N20000", "<Value>1</Value>");
+  std::string folders = "<Category Name=\"C20000\"/>";
+  for (int i = 0; i < 20000; ++i) {
+    const std::string n = std::to_string(i);
+    const std::string next = std::to_string(i + 1);
+    nodes += Node("Integer", ("N" + n).c_str(), "<pValue>N" + next + "</pValue>");
+    folders += "<Category Name=\"C" + n + "\"><pFeature>C" + next + "</pFeature><pFeature>C" +
+               next + "</pFeature></Category>";
+  }
+  Dialogue dialogue(nodes + folders);
+  for (int round = 0; round < 2; ++round) {
+    for (const char* question : {"int N0", "min N0", "max N0", "inc N0", "repr N0", "unit N0",
+                                 "valid N0", "setint N0 2"}) {
+      EXPECT_EQ(dialogue.Ask(question), "!LogicalError") << question;
+    }
+  }
+  for (const char* question : {"caching N0", "visible C0", "mode C0"}) {
+    EXPECT_EQ(dialogue.Ask(question), "!LogicalError") << question;
+  }
+  EXPECT_EQ(dialogue.Ask("int N19950"), "1");
+  EXPECT_EQ(dialogue.Ask("visible C19950"), "Beginner");
+  NodeList_t registers;
+  dialogue.Map().Get<INode>("N0").GetChildren(registers, ctTerminalNodes);
+  EXPECT_EQ(registers.size(), 1u);
+}
+
+// A port that can be taken away.
+class LostPort : public MemoryPort {
+ public:
+  void Read(void* pBuffer, int64_t Address, int64_t Length) override {
+    if (Lost) throw TIMEOUT_EXCEPTION("no answer");
+    MemoryPort::Read(pBuffer, Address, Length);
+  }
+  bool Lost = false;
+};
+
+TEST(Description, ADeviceThatDidNotAnswerIsAskedAgain) {
+  SmallMap small(Port() + Reg("IntReg", "Avl", "0", 4) +
+                 Node("Integer", "I", "<pIsAvailable>Avl</pIsAvailable><Value>1</Value>"));
+  LostPort port;
+  port.Lost = true;
+  small.Map._Connect(&port);
+  auto& i = small.Get<INode>("I");
+  EXPECT_THROW(i.GetAccessMode(), GenICam::TimeoutException);
+  EXPECT_THROW(i.GetAccessMode(), GenICam::TimeoutException);
+  port.Lost = false;
+  EXPECT_EQ(i.GetAccessMode(), NA);
+}
+
+TEST(Description, LinksToDocumentsAreFilledIn) {
+  SmallMap small(
+      "<Integer "
+      "Name=\"I\"><DocuURL>http://x/$(Sys::ModelName)/$(Sys::NodeName)?v=$(V)&amp;n=$(None)</"
+      "DocuURL>"
+      "<Value>1</Value></Integer><Integer Name=\"V\"><Value>42</Value></Integer>");
+  EXPECT_EQ(small.Get<INode>("I").GetDocuURL(), "http://x/Small/I?v=42&n=$(None)");
+}
+
 TEST(Description, ErrorsOfTheDeviceKeepTheirClassAndGetTheNodesName) {
   SmallMap small(Port() + Reg("IntReg", "Gain", "8", 4));
   small.Port.Refused = 8;

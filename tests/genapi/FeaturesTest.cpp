@@ -290,7 +290,8 @@ std::vector<Case> Formulas() {
                     "<pValue>R</pValue><Slope>Increasing</Slope>") +
            Node("IntConverter", "Set",
                 "<FormulaTo>-FROM</FormulaTo><FormulaFrom>-TO</FormulaFrom><pValue>V</pValue>") +
-           Node("Integer", "V", "<Value>1</Value><Min>0</Min><Max>10</Max><ValidValueSet>1;5;9</ValidValueSet>"),
+           Node("Integer", "V",
+                "<Value>1</Value><Min>0</Min><Max>10</Max><ValidValueSet>1;5;9</ValidValueSet>"),
        {{"setint C 0x35", "ok"},
         {"bytes 0 1", "03"},
         {"int C", "48"},
@@ -362,7 +363,12 @@ std::vector<Case> Conditions() {
         {"int K", "!LogicalError"},
         {"mode L", "RO"},
         {"int M", "1"},
-        {"mode A", "RW"}}},
+        {"mode A", "RW"},
+        {"min A", "!LogicalError"},
+        {"repr A", "!LogicalError"},
+        {"unit A", "!LogicalError"},
+        {"caching A", "WriteThrough"},
+        {"setint A 1", "!LogicalError"}}},
       {"ReportedErrors",
        Node("Enumeration", "Err",
             Entry("Fine", 0) + Entry("Hot", 3, "<DisplayName>too hot</DisplayName>") +

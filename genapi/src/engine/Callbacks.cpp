@@ -65,6 +65,7 @@ void WriteScope::End() {
     std::vector<Node*> changed;
     changed.swap(m_map.m_changed);
     for (Node* node : changed) {
+      node->m_noted = false;
       outside.insert(outside.end(), node->m_callbacks.begin(), node->m_callbacks.end());
     }
     --m_map.m_writeDepth;  // a callback may write nodes, which tells their callbacks at once

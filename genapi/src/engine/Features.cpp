@@ -228,6 +228,7 @@ bool StringNode::Take(Element id, pugi::xml_node element, Builder& builder) {
 }
 
 int64_t StringNode::MaxLength() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (auto* target = dynamic_cast<StringNodeBase*>(m_pValue)) return target->MaxLength();
   return INT64_MAX;
 }
@@ -265,14 +266,24 @@ void CategoryNode::GetFeatures(FeatureList_t& Features) const {
 
 // A folder is of interest to everybody to whom anything in it is.
 EVisibility CategoryNode::InternalVisibility() const {
+  if (m_lowestEpoch == m_map.VisibilityEpoch()) return m_lowest;
   if (m_inVisibility) return Invisible;
+  NodeMap::ReadDepth depth(m_map, *this);
   m_inVisibility = true;
   EVisibility lowest = _UndefinedVisibility;
   for (const Link& link : Links()) {
-    if (link.role == Element::pFeature) lowest = std::min(lowest, link.pTarget->GetVisibility());
+    if (link.role != Element::pFeature) continue;
+    try {
+      lowest = std::min(lowest, link.pTarget->GetVisibility());
+    } catch (...) {
+      m_inVisibility = false;
+      throw;
+    }
   }
   m_inVisibility = false;
-  return lowest == _UndefinedVisibility ? Node::InternalVisibility() : lowest;
+  m_lowest = lowest == _UndefinedVisibility ? Node::InternalVisibility() : lowest;
+  m_lowestEpoch = m_map.VisibilityEpoch();
+  return m_lowest;
 }
 
 EAccessMode CategoryNode::BaseAccess() const {

@@ -191,6 +191,8 @@ class CategoryNode final : public ValueNode, public ICategory {
 
  private:
   mutable bool m_inVisibility = false;
+  mutable EVisibility m_lowest = Beginner;
+  mutable uint32_t m_lowestEpoch = 0;  // of the map, when m_lowest was found
 };
 
 // Node, and the kinds that only one kind of bus has: there, but not implemented.

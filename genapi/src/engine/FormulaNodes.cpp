@@ -284,6 +284,7 @@ void IntConverterNode::StoreInt(int64_t value, bool verify) {
 }
 
 int64_t IntConverterNode::OwnMin() {
+  NodeMap::ReadDepth depth(m_map, *this);
   switch (m_slope) {
     case Increasing:
       return From(m_pValue->IntMin());
@@ -297,6 +298,7 @@ int64_t IntConverterNode::OwnMin() {
 }
 
 int64_t IntConverterNode::OwnMax() {
+  NodeMap::ReadDepth depth(m_map, *this);
   switch (m_slope) {
     case Increasing:
       return From(m_pValue->IntMax());
@@ -310,20 +312,24 @@ int64_t IntConverterNode::OwnMax() {
 }
 
 EIncMode IntConverterNode::IntIncMode() {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_pValue->IntIncMode() == listIncrement ? listIncrement : fixedIncrement;
 }
 
 void IntConverterNode::IntValidValues(std::vector<int64_t>& values) {
+  NodeMap::ReadDepth depth(m_map, *this);
   m_pValue->IntValidValues(values);
   for (int64_t& value : values) value = From(value);
   std::sort(values.begin(), values.end());
 }
 
 ERepresentation IntConverterNode::InternalRepresentation() {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_representation != _UndefinedRepresentation ? m_representation
                                                       : m_pValue->InternalRepresentation();
 }
 std::string_view IntConverterNode::InternalUnit() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto own = Trim(ChildText("Unit"));
   return own.empty() ? m_pValue->InternalUnit() : own;
 }
@@ -390,6 +396,7 @@ void ConverterNode::StoreFloat(double value, bool verify) {
 }
 
 double ConverterNode::OwnMin() {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto low = [&] { return From(Number::Float(m_pValue->FloatMin())); };
   const auto high = [&] { return From(Number::Float(m_pValue->FloatMax())); };
   switch (m_slope) {
@@ -405,6 +412,7 @@ double ConverterNode::OwnMin() {
 }
 
 double ConverterNode::OwnMax() {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto low = [&] { return From(Number::Float(m_pValue->FloatMin())); };
   const auto high = [&] { return From(Number::Float(m_pValue->FloatMax())); };
   switch (m_slope) {
@@ -420,28 +428,34 @@ double ConverterNode::OwnMax() {
 }
 
 bool ConverterNode::FloatHasInc() {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_isLinear && m_pValue->FloatHasInc();
 }
 
 // Of a straight line: the image of one raw step.
 double ConverterNode::FloatInc() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (!FloatHasInc()) return FloatNodeBase::FloatInc();
   const double min = m_pValue->FloatMin();
   return std::fabs(From(Number::Float(min + m_pValue->FloatInc())) - From(Number::Float(min)));
 }
 
 ERepresentation ConverterNode::InternalRepresentation() {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_representation != _UndefinedRepresentation ? m_representation
                                                       : m_pValue->InternalRepresentation();
 }
 std::string_view ConverterNode::InternalUnit() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto own = Trim(ChildText("Unit"));
   return own.empty() ? m_pValue->InternalUnit() : own;
 }
 EDisplayNotation ConverterNode::InternalNotation() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_notation != _UndefinedEDisplayNotation ? m_notation : m_pValue->InternalNotation();
 }
 int64_t ConverterNode::InternalPrecision() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   return m_precision >= 0 ? m_precision : m_pValue->InternalPrecision();
 }
 EAccessMode ConverterNode::BaseAccess() const {

@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <unordered_set>
 
 #include "engine/Builder.h"
 #include "engine/NodeMap.h"
@@ -150,11 +151,6 @@ gcstring Node::GetEventID() const {
   return Copy(Trim(ChildText("EventID")));
 }
 
-// $(NAME) stands for a node's value or for a fact about the system.
-gcstring Node::GetDocuURL() const {
-  return Copy(Trim(ChildText("DocuURL")));
-}
-
 EVisibility Node::GetVisibility() const {
   ReadScope scope(m_map);
   return Combine(InternalVisibility(), m_imposedVisibility);
@@ -191,10 +187,9 @@ bool Node::IsSelector() const {
 // registers where it means the features over them.
 std::vector<Node*> Node::Selected() const {
   std::vector<Node*> selected;
+  std::unordered_set<const Node*> seen{this};
   const auto add = [&](Node* node) {
-    if (node != this && std::find(selected.begin(), selected.end(), node) == selected.end()) {
-      selected.push_back(node);
-    }
+    if (seen.insert(node).second) selected.push_back(node);
   };
   for (const Link& link : Links()) {
     if (link.role == Element::pSelected) add(link.pTarget);
@@ -231,6 +226,15 @@ UserData_t Node::SetUserData(UserData_t userdata) {
   return std::exchange(m_userData, userdata);
 }
 
+namespace {
+// Says for its own lifetime that a question is being answered.
+struct Busy {
+  explicit Busy(bool& f) : flag(f) { flag = true; }
+  ~Busy() { flag = false; }
+  bool& flag;
+};
+}  // namespace
+
 // ---- access mode ----
 
 EAccessMode Node::GetAccessMode() const {
@@ -242,18 +246,15 @@ EAccessMode Node::InternalAccess() const {
   if (m_accessCache != _UndefinedAccesMode) return static_cast<EAccessMode>(m_accessCache);
   if (m_inAccess) return RW;  // a circle of conditions does not narrow anything
   NodeMap::ReadDepth depth(m_map, *this);
-  struct Flag {
-    explicit Flag(bool& f) : flag(f) { flag = true; }
-    ~Flag() { flag = false; }
-    bool& flag;
-  } busy(m_inAccess);
+  Busy busy(m_inAccess);
   try {
     const EAccessMode mode = ComputeAccess();
     if (InternalAccessCacheable()) m_accessCache = static_cast<uint8_t>(mode);
     return mode;
-  } catch (...) {
+  } catch (const GENICAM_NAMESPACE::LogicalErrorException&) {
     // Kept on purpose: a condition that cannot be evaluated is reported once and then, until
-    // something changes, does not keep anybody from the node; the device has the last word.
+    // something changes, does not keep anybody from the node; the device has the last word. A
+    // device that does not answer is asked again.
     m_accessCache = RW;
     throw;
   }
@@ -281,7 +282,18 @@ EAccessMode Node::ComputeAccess() const {
 
 bool Node::InternalAccessCacheable() const {
   if (m_accessCacheable != _UndefinedYesNo) return m_accessCacheable == Yes;
+  NodeMap::ReadDepth depth(m_map, *this);
   m_accessCacheable = Yes;  // what a circle sees
+  try {
+    m_accessCacheable = ComputeAccessCacheable() ? Yes : No;
+  } catch (...) {
+    m_accessCacheable = _UndefinedYesNo;
+    throw;
+  }
+  return m_accessCacheable == Yes;
+}
+
+bool Node::ComputeAccessCacheable() const {
   bool cacheable = BaseAccessCacheable();
   for (const Node* condition : {m_pIsImplemented, m_pIsAvailable, m_pIsLocked}) {
     if (condition == nullptr) continue;
@@ -308,7 +320,6 @@ bool Node::InternalAccessCacheable() const {
         break;
     }
   }
-  m_accessCacheable = cacheable ? Yes : No;
   return cacheable;
 }
 
@@ -352,6 +363,7 @@ void Node::ImposeAccessMode(EAccessMode ImposedAccessMode) {
 void Node::ImposeVisibility(EVisibility ImposedVisibility) {
   ReadScope scope(m_map);
   m_imposedVisibility = ImposedVisibility;
+  ++m_map.m_visibilityEpoch;
 }
 
 // ---- caching ----
@@ -375,7 +387,8 @@ bool Node::IsValueRole(Element role) {
 ECachingMode Node::InternalCaching() const {
   if (m_cachingCache != _UndefinedCachingMode) return static_cast<ECachingMode>(m_cachingCache);
   if (m_inCaching) return WriteThrough;
-  m_inCaching = true;
+  NodeMap::ReadDepth depth(m_map, *this);
+  Busy busy(m_inCaching);
   ECachingMode mode = OwnCaching();
   for (const Link& link : Links()) {
     if (!IsValueRole(link.role)) continue;
@@ -383,7 +396,6 @@ ECachingMode Node::InternalCaching() const {
     // How a node is written is no concern of one that is only computed from it.
     if (other == NoCache || link.role == Element::pValue) mode = Combine(mode, other);
   }
-  m_inCaching = false;
   m_cachingCache = static_cast<uint8_t>(mode);
   return mode;
 }

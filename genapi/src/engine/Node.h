@@ -207,6 +207,8 @@ class Node : public INode, public ISelector, public IUserData {
   friend class WriteScope;
 
   EAccessMode ComputeAccess() const;
+  bool ComputeAccessCacheable() const;
+  bool UrlVariable(std::string_view name, std::string& value) const;
 
   std::vector<std::shared_ptr<CNodeCallback>> m_callbacks;
   uint32_t m_linkBegin = 0;
@@ -235,6 +237,7 @@ class Node : public INode, public ISelector, public IUserData {
   bool m_feature = false;
   bool m_hasErrorNodes = false;
   bool m_selects = false;
+  bool m_noted = false;  // stands in the map's list of changed nodes
 };
 
 // A node with a value: the text forms and the cached-value flag.

@@ -2,8 +2,12 @@
 // What a node tells about its neighbours and its description.
 #include <GenApi/NodeCallback.h>
 
+#include <errno.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <unordered_set>
 
 #include "engine/Builder.h"
 #include "engine/NodeMap.h"
@@ -58,16 +62,18 @@ void AddOnce(NodeList_t& list, Node* node) {
 }
 
 // Registers at the end of the writing chain.
-void Terminals(Node& node, NodeList_t& list, std::vector<Node*>& seen) {
-  if (std::find(seen.begin(), seen.end(), &node) != seen.end()) return;
-  seen.push_back(&node);
-  bool end = true;
-  for (const Link& link : node.Links()) {
-    if (!IsWritingRole(link.role)) continue;
-    end = false;
-    Terminals(*link.pTarget, list, seen);
+void Terminals(Node& node, NodeList_t& list) {
+  std::unordered_set<const Node*> seen{&node};
+  std::vector<Node*> work{&node};
+  for (size_t i = 0; i < work.size(); ++i) {
+    bool end = true;
+    for (const Link& link : work[i]->Links()) {
+      if (!IsWritingRole(link.role)) continue;
+      end = false;
+      if (seen.insert(link.pTarget).second) work.push_back(link.pTarget);
+    }
+    if (end) list.push_back(work[i]);
   }
-  if (end) AddOnce(list, &node);
 }
 
 std::string JoinAttributes(pugi::xml_node element) {
@@ -110,23 +116,20 @@ void Node::GetChildren(NodeList_t& Children, ELinkType LinkType) const {
       GetParents(Children);
       break;
     case ctDependingNodes: {
-      std::vector<Node*> work;
-      for (const Dependent& edge : Dependents()) work.push_back(edge.pNode);
-      while (!work.empty()) {
-        Node* node = work.back();
-        work.pop_back();
-        const size_t before = Children.size();
-        if (node != this) AddOnce(Children, node);
-        if (Children.size() == before) continue;
-        for (const Dependent& edge : node->Dependents()) work.push_back(edge.pNode);
+      std::unordered_set<const Node*> seen{this};
+      std::vector<const Node*> work{this};
+      for (size_t i = 0; i < work.size(); ++i) {
+        for (const Dependent& edge : work[i]->Dependents()) {
+          if (!seen.insert(edge.pNode).second) continue;
+          work.push_back(edge.pNode);
+          Children.push_back(edge.pNode);
+        }
       }
       break;
     }
-    case ctTerminalNodes: {
-      std::vector<Node*> seen;
-      Terminals(const_cast<Node&>(*this), Children, seen);
+    case ctTerminalNodes:
+      Terminals(const_cast<Node&>(*this), Children);
       break;
-    }
   }
 }
 
@@ -141,6 +144,69 @@ void Node::GetParents(NodeList_t& Parents) const {
       }
     }
   }
+}
+
+// $(NAME) in the text stands for a node's value or for a fact about the system; what cannot be
+// known stays as it is.
+gcstring Node::GetDocuURL() const {
+  ReadScope scope(m_map);
+  const std::string_view text = Trim(ChildText("DocuURL"));
+  std::string url;
+  size_t at = 0;
+  for (size_t open; (open = text.find("$(", at)) != std::string_view::npos;) {
+    const size_t close = text.find(')', open);
+    if (close == std::string_view::npos) break;
+    url += text.substr(at, open - at);
+    const std::string_view name = text.substr(open + 2, close - open - 2);
+    std::string value;
+    url += UrlVariable(name, value) ? value : std::string(text.substr(open, close + 1 - open));
+    at = close + 1;
+  }
+  url += text.substr(at);
+  return gcstring(url.data(), url.size());
+}
+
+bool Node::UrlVariable(std::string_view name, std::string& value) const {
+  const auto version = [](const Version_t& v) {
+    return std::to_string(v.Major) + "." + std::to_string(v.Minor) + "." +
+           std::to_string(v.SubMinor);
+  };
+  Version_t number{};
+  uint16_t build = 0;
+  if (name == "Sys::NodeName") {
+    value = m_name;
+  } else if (name == "Sys::ModelName") {
+    value = m_map.GetModelName().c_str();
+  } else if (name == "Sys::VendorName") {
+    value = m_map.GetVendorName().c_str();
+  } else if (name == "Sys::StandardNamespace") {
+    value = m_map.GetStandardNameSpace().c_str();
+  } else if (name == "Sys::GenApiVersion") {
+    m_map.GetGenApiVersion(number, build);
+    value = version(number);
+  } else if (name == "Sys::DeviceVersion") {
+    m_map.GetDeviceVersion(number);
+    value = version(number);
+  } else if (name == "Sys::SchemaVersion") {
+    m_map.GetSchemaVersion(number);
+    value = version(number);
+  } else if (name == "Sys::Application") {
+    value = program_invocation_short_name;
+  } else if (name == "Sys::OperatingSystem") {
+    value = "Linux";
+  } else if (name == "Sys::Language") {
+    const char* language = std::getenv("LANG");
+    value = language ? std::string(language).substr(0, 2) : "en";
+  } else {
+    Node* node = m_map.Find(name);
+    try {
+      if (node == nullptr) return false;
+      value = node->ReadText({});
+    } catch (const GENICAM_NAMESPACE::GenericException&) {
+      return false;
+    }
+  }
+  return true;
 }
 
 CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {

@@ -163,10 +163,9 @@ void NodeMap::FailCircle(const Node& node) const {
 
 void NodeMap::NoteCallbacks(Node& node) {
   if (m_numCallbacks == 0 || m_suppress == csmActive) return;
-  if (std::find(m_changed.begin(), m_changed.end(), &node) == m_changed.end() &&
-      node.HasCallbacks()) {
-    m_changed.push_back(&node);
-  }
+  if (node.m_noted || !node.HasCallbacks()) return;
+  node.m_noted = true;
+  m_changed.push_back(&node);
 }
 
 // Breadth first over the dependents. The start counts as unvisited, so that a node that invalidates

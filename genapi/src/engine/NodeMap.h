@@ -109,6 +109,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   bool RemoveCallback(Node& node, CallbackHandleType handle);
   const std::vector<Node*>& Nodes() const { return m_nodes; }
   bool IsStreaming() const { return m_streaming; }
+  uint32_t VisibilityEpoch() const { return m_visibilityEpoch; }
 
   // Reads nest; a chain that is too deep or a read that never ends is a circle.
   class ReadDepth {
@@ -156,6 +157,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   // Changes under way; guarded by the lock.
   int m_writeDepth = 0;
   uint32_t m_visit = 0;
+  uint32_t m_visibilityEpoch = 1;  // grows when a visibility is imposed
   std::vector<Node*> m_work;
   std::vector<Node*> m_changed;  // nodes with callbacks that are to be told
   size_t m_numCallbacks = 0;

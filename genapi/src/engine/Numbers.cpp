@@ -225,6 +225,7 @@ void IntegerNode::StoreInt(int64_t value, bool verify) {
 }
 
 int64_t IntegerNode::OwnMin() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_min.pNode) return m_min.pNode->ReadInt({});
   if (m_min.given) return m_min.constant;
   Node* source = Source();
@@ -234,6 +235,7 @@ int64_t IntegerNode::OwnMin() {
 }
 
 int64_t IntegerNode::OwnMax() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_max.pNode) return m_max.pNode->ReadInt({});
   if (m_max.given) return m_max.constant;
   Node* source = Source();
@@ -243,6 +245,7 @@ int64_t IntegerNode::OwnMax() {
 }
 
 int64_t IntegerNode::IntInc() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_inc.pNode) return m_inc.pNode->ReadInt({});
   if (m_inc.given) return m_inc.constant;
   Node* source = Source();
@@ -250,6 +253,7 @@ int64_t IntegerNode::IntInc() {
 }
 
 EIncMode IntegerNode::IntIncMode() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (!m_validValues.empty()) return listIncrement;
   if (m_inc.given) return fixedIncrement;
   Node* source = Source();
@@ -257,6 +261,7 @@ EIncMode IntegerNode::IntIncMode() {
 }
 
 void IntegerNode::IntValidValues(std::vector<int64_t>& values) {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (!m_validValues.empty()) {
     values = m_validValues;
   } else if (Node* source = Source()) {
@@ -265,12 +270,14 @@ void IntegerNode::IntValidValues(std::vector<int64_t>& values) {
 }
 
 ERepresentation IntegerNode::InternalRepresentation() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_representation != _UndefinedRepresentation) return m_representation;
   Node* source = m_target.pTable ? nullptr : m_target.pValue;
   return source ? source->InternalRepresentation() : PureNumber;
 }
 
 std::string_view IntegerNode::InternalUnit() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto own = Trim(ChildText("Unit"));
   return own.empty() && m_target.pValue ? m_target.pValue->InternalUnit() : own;
 }
@@ -343,6 +350,7 @@ void FloatNode::StoreFloat(double value, bool verify) {
 }
 
 double FloatNode::OwnMin() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_min.pNode) return m_min.pNode->ReadFloat({});
   if (m_min.given) return m_min.constant;
   Node* source = Source();
@@ -352,6 +360,7 @@ double FloatNode::OwnMin() {
 }
 
 double FloatNode::OwnMax() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_max.pNode) return m_max.pNode->ReadFloat({});
   if (m_max.given) return m_max.constant;
   Node* source = Source();
@@ -361,12 +370,14 @@ double FloatNode::OwnMax() {
 }
 
 bool FloatNode::FloatHasInc() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_inc.given) return true;
   Node* source = m_target.pTable ? nullptr : m_target.pValue;
   return source && source->FloatHasInc();
 }
 
 double FloatNode::FloatInc() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_inc.pNode) return m_inc.pNode->ReadFloat({});
   if (m_inc.given) return m_inc.constant;
   Node* source = Source();
@@ -374,21 +385,25 @@ double FloatNode::FloatInc() {
 }
 
 ERepresentation FloatNode::InternalRepresentation() {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_representation != _UndefinedRepresentation) return m_representation;
   return m_target.pValue ? m_target.pValue->InternalRepresentation() : PureNumber;
 }
 
 std::string_view FloatNode::InternalUnit() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   const auto own = Trim(ChildText("Unit"));
   return own.empty() && m_target.pValue ? m_target.pValue->InternalUnit() : own;
 }
 
 EDisplayNotation FloatNode::InternalNotation() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_notation != _UndefinedEDisplayNotation) return m_notation;
   return m_target.pValue ? m_target.pValue->InternalNotation() : fnAutomatic;
 }
 
 int64_t FloatNode::InternalPrecision() const {
+  NodeMap::ReadDepth depth(m_map, *this);
   if (m_precision >= 0) return m_precision;
   return m_target.pValue ? m_target.pValue->InternalPrecision() : 6;
 }

@@ -99,7 +99,7 @@ void IntRegNode::StoreInt(int64_t value, bool verify) {
   if (m_masked && width < m_bytes * 8u) {
     // The bits beside the field stay as they are, as far as they can be known.
     uint64_t old = 0;
-    if (IsReadable(InternalAccess())) {
+    if (IsReadable(InternalAccess()) || m_core.IsCacheValid()) {
       m_core.Read(bytes, m_bytes, {verify, false});
       old = Assemble(bytes);
     }

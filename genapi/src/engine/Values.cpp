@@ -156,6 +156,7 @@ ERepresentation IntegerNodeBase::GetRepresentation() {
   return InternalRepresentation();
 }
 gcstring IntegerNodeBase::GetUnit() {
+  ReadScope scope(m_map);
   const auto unit = InternalUnit();
   return gcstring(unit.data(), unit.size());
 }
@@ -283,6 +284,7 @@ ERepresentation FloatNodeBase::GetRepresentation() {
   return InternalRepresentation();
 }
 gcstring FloatNodeBase::GetUnit() const {
+  ReadScope scope(m_map);
   const auto unit = InternalUnit();
   return gcstring(unit.data(), unit.size());
 }
