@@ -28,7 +28,8 @@ TEST(Addresses, AreReadInTheFormsThatPeopleWrite) {
 TEST(Addresses, AreRefusedOtherwise) {
   for (const char* pText : {"", "1.2.3", "1.2.3.256", "1.2.3.4.5", "host"})
     EXPECT_THROW(ParseIp(pText), Misuse) << pText;
-  for (const char* pText : {"", "02:00:7f:00:09", "02:00:7f:00:09:0g", "0:0:0:0:0:0"}) {
+  for (const char* pText : {"", "02:00:7f:00:09", "02:00:7f:00:09:0g", "0:0:0:0:0:0",
+                            "02:00:7f:00:09:+2", "-2007f000902", "02007f00:09:02"}) {
     EXPECT_THROW(ParseMac(pText), Misuse) << pText;
   }
   for (const char* pText : {"33", "255.0.255.0", "0.0.0.255", "-1"})
