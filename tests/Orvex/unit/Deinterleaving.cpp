@@ -67,7 +67,7 @@ class EachPlaneCase : public WithFactory, public testing::WithParamInterface<Pla
 TEST_P(EachPlaneCase, StacksTheChannels) {
   const PlaneCase& row = GetParam();
   for (const auto& [width, height] :
-       {std::pair<size_t, size_t>{4, 1}, {8, 2}, {12, 5}, {7, 3}, {67, 35}, {132, 64}}) {
+       {std::pair<size_t, size_t>{4, 1}, {8, 2}, {12, 5}, {6, 5}, {7, 3}, {67, 35}, {132, 64}}) {
     SCOPED_TRACE(testing::Message() << width << "x" << height);
     const ImagePtr image = RandomImage(row.format, width, height);
     const Bytes expected = Planes(DataOf(image.get()), width, height);
