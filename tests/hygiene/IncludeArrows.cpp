@@ -26,7 +26,7 @@ const std::map<std::string, Folder> sk_arrows = {
     {"genapi", {{"genapi", "genapi/include"}, {"pugixml.hpp", "zip.h"}}},
     {"gentl", {{"gentl"}, {}}},
     {"gigevision", {{"gigevision"}, {}}},
-    {"producer", {{"producer", "gentl", "gigevision"}, {}}},
+    {"producer", {{"producer", "gentl", "gigevision"}, {"zlib.h"}}},
     {"simulator", {{"simulator", "gigevision", "gentl"}, {"zlib.h"}}},
     {"primitives", {{"primitives"}, {"hwy", "ipp.h"}}},
     {"TavikLog", {{"TavikLog"}, {}}},
