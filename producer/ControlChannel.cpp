@@ -28,6 +28,34 @@ struct ControlChannel::Request {
   std::span<const uint8_t> Payload() const { return std::span(payload).first(payloadSize); }
 };
 
+// Held by the feature access that is under way. The heartbeat waits for its turn only for a while.
+class ControlChannel::FeatureTurn {
+ public:
+  explicit FeatureTurn(ControlChannel& channel) : m_channel(channel) {
+    std::unique_lock lock(channel.m_mutex);
+    channel.m_featureDone.wait(lock, [&] { return !channel.m_featureActive; });
+    channel.m_featureActive = m_mine = true;
+  }
+  FeatureTurn(ControlChannel& channel, Clock::time_point deadline) : m_channel(channel) {
+    std::unique_lock lock(channel.m_mutex);
+    if (!channel.m_featureDone.wait_until(lock, deadline, [&] { return !channel.m_featureActive; }))
+      return;
+    channel.m_featureActive = m_mine = true;
+  }
+  ~FeatureTurn() {
+    if (!m_mine) return;
+    const std::lock_guard lock(m_channel.m_mutex);
+    m_channel.m_featureActive = false;
+    m_channel.m_featureDone.notify_one();
+  }
+  FeatureTurn(const FeatureTurn&) = delete;
+  FeatureTurn& operator=(const FeatureTurn&) = delete;
+
+ private:
+  ControlChannel& m_channel;
+  bool m_mine = false;
+};
+
 namespace {
 
 GC_ERROR CodeOf(Gev::Status status) {
@@ -178,7 +206,7 @@ void ControlChannel::Transact(Request& request, std::span<uint8_t> packet,
 }
 
 ControlChannel::Request ControlChannel::Execute(std::span<uint8_t> packet) {
-  const std::lock_guard feature(m_featureMutex);
+  const FeatureTurn turn(*this);
   const ControlSettings settings = Settings();
   Request request;
   Transact(request, packet, settings.timeout, settings.retries);
@@ -192,7 +220,7 @@ ControlChannel::Request ControlChannel::Execute(std::span<uint8_t> packet) {
 
 std::optional<uint32_t> ControlChannel::Probe(uint32_t address, std::chrono::milliseconds patience,
                                               std::chrono::milliseconds answerWithin) {
-  std::unique_lock feature(m_featureMutex, patience);
+  const FeatureTurn turn(*this, Clock::now() + patience);
   Packet packet;
   const size_t size = Gev::EncodeReadReg(packet, 1, std::span(&address, 1));
   Request request;

@@ -66,6 +66,7 @@ class ControlChannel {
 
  private:
   struct Request;
+  class FeatureTurn;
   using Packet = std::array<uint8_t, GigEVision::sk_gvcpMaxDatagram>;
 
   // Sends packet (whose request id is set by this call) and waits for its acknowledge. Throws
@@ -77,9 +78,10 @@ class ControlChannel {
   Request Execute(std::span<uint8_t> packet);
 
   UdpSocket m_socket;
-  std::timed_mutex m_featureMutex;  // one feature access at a time; taken before m_mutex
   mutable std::mutex m_mutex;
   std::condition_variable m_changed;
+  std::condition_variable m_featureDone;
+  bool m_featureActive = false;  // one feature access at a time
   std::vector<Request*> m_requests;
   ControlSettings m_settings;
   Statistics m_statistics;

@@ -83,8 +83,7 @@ TEST(Discovery, SpoiledAnswersAreNoCameras) {
   const uint32_t listed[] = {sk_ip};
   for (const auto& [name, spoil] : rows) {
     SCOPED_TRACE(name);
-    ScriptedCamera camera(sk_address);
-    camera.spoilDiscovery = spoil;
+    ScriptedCamera camera(sk_address, spoil);
     EXPECT_TRUE(Discover(Loopback(), listed, 300ms).empty());
   }
 }

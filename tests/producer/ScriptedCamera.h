@@ -12,8 +12,12 @@ class ScriptedCamera {
  public:
   using Bytes = ScriptedPeer::Bytes;
 
-  explicit ScriptedCamera(const char* address)
-      : m_address(ntohl(inet_addr(address))),
+  using Spoil = std::function<Bytes(Bytes)>;
+
+  explicit ScriptedCamera(
+      const char* address, Spoil spoilDiscovery = [](Bytes bytes) { return bytes; })
+      : m_spoilDiscovery(std::move(spoilDiscovery)),
+        m_address(ntohl(inet_addr(address))),
         m_peer(address,
                [this](const Bytes& request, const auto& reply) { Serve(request, reply); }) {
     Set(0x0000, 0x00020000);  // version
@@ -69,8 +73,6 @@ class ScriptedCamera {
     return out;
   }
 
-  std::function<Bytes(Bytes)> spoilDiscovery = [](Bytes bytes) { return bytes; };
-
  private:
   static uint32_t Long(const Bytes& b, size_t at) {
     return uint32_t{b.at(at)} << 24 | uint32_t{b.at(at + 1)} << 16 | uint32_t{b.at(at + 2)} << 8 |
@@ -87,7 +89,7 @@ class ScriptedCamera {
     Bytes payload;
     uint16_t status = 0;
     if (command == 0x0002) {
-      payload = spoilDiscovery(Discovery());
+      payload = m_spoilDiscovery(Discovery());
     } else if (command == 0x0080) {
       for (size_t at = 8; at + 4 <= request.size(); at += 4) {
         const std::lock_guard lock(m_mutex);
@@ -121,6 +123,7 @@ class ScriptedCamera {
     reply(out);
   }
 
+  const Spoil m_spoilDiscovery;
   const uint32_t m_address;
   mutable std::mutex m_mutex;
   std::map<uint32_t, uint32_t> m_registers;
