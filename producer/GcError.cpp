@@ -29,9 +29,14 @@ void BeginErrorEpoch() {
 
 namespace {
 
+// Consumers that tear a lost camera down see the failure only through layers that pass texts on,
+// and look for the code in them.
+constexpr const char* sk_lostCode = " (Code:-1010)";
+static_assert(GenTL::GC_ERR_IO == -1010);
+
 void Store(GenTL::GC_ERROR code, const char* text) noexcept {
   try {
-    ThreadLastError() = {code, text};
+    ThreadLastError() = {code, code == GenTL::GC_ERR_IO ? std::string(text) + sk_lostCode : text};
   } catch (...) {
     // No memory for the text: the code alone is still true.
     ThreadLastError().code = code;
