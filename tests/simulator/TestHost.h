@@ -186,7 +186,7 @@ class Host {
   Status Start() { return Set("AcquisitionStart", 1); }
   Status Stop() { return Set("AcquisitionStop", 1); }
   // Collects packets until a trailer comes, or nothing for the time given.
-  std::optional<ReceivedFrame> NextFrame(int milliseconds = 1000) {
+  std::optional<ReceivedFrame> NextFrame(int milliseconds = 5000) {
     ReceivedFrame frame;
     for (;;) {
       Bytes packet = stream.Receive(milliseconds);
