@@ -140,7 +140,7 @@ void Builder::Create(pugi::xml_node element) {
   if (!node) return;  // elements that the language does not know are passed over
   Node* made = Add(std::move(node), element.attribute("Name").value(), element);
   if (kind == Element::Enumeration) CreateEntries(*made, element);
-  if (!IsRegister(kind)) return;
+  if (!m_document.HasEmbeddedFormulas() || !IsRegister(kind)) return;
   // Formulas inside a register's address are nodes of their own.
   for (const auto child : element.children()) {
     if (std::strcmp(child.name(), "IntSwissKnife") != 0) continue;
@@ -250,7 +250,7 @@ Effect EffectOnOwner(Element role) {
 // One edge from each node to every node whose caches are void when it changes, stored node by node.
 void Builder::LinkDependents() {
   struct Edge {
-    Node* pFrom;
+    uint32_t from;
     Dependent to;
   };
   std::vector<Edge> edges;
@@ -259,13 +259,13 @@ void Builder::LinkDependents() {
   for (Node* owner : m_map.m_nodes) {
     for (const Link& link : owner->Links()) {
       if (const Effect effect = EffectOnOwner(link.role); effect.any) {
-        edges.push_back({link.pTarget, {owner, effect.onValue, effect.onAccess}});
+        edges.push_back({link.index, {owner, effect.onValue, effect.onAccess}});
       } else if (link.role == Element::pSelected) {
         // The device may keep one register per selector value behind one address, so the registers
         // are void too.
         chain.assign(1, link.pTarget);
         for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
-          edges.push_back({owner, {chain[i], sk_voidAll, sk_voidNothing}});
+          edges.push_back({owner->m_index, {chain[i], sk_voidAll, sk_voidNothing}});
           for (const Link& next : chain[i]->Links()) {
             if (next.role == Element::pValue && next.pTarget != owner)
               chain.push_back(next.pTarget);
@@ -274,16 +274,16 @@ void Builder::LinkDependents() {
       }
     }
   }
-  for (const auto& [from, to] : edges) ++from->m_dependentCount;
-  uint32_t at = 0;
+  // Where each node's dependents begin; the nodes themselves are only touched once, in their order.
+  std::vector<uint32_t> begin(m_map.m_nodes.size() + 1, 0);
+  for (const Edge& edge : edges) ++begin[edge.from + 1];
+  for (size_t i = 1; i < begin.size(); ++i) begin[i] += begin[i - 1];
+  std::vector<uint32_t> next(begin.begin(), begin.end() - 1);
+  m_map.m_dependents.resize(edges.size());
+  for (const Edge& edge : edges) m_map.m_dependents[next[edge.from]++] = edge.to;
   for (Node* node : m_map.m_nodes) {
-    node->m_dependentBegin = at;
-    at += node->m_dependentCount;
-    node->m_dependentCount = 0;
-  }
-  m_map.m_dependents.resize(at);
-  for (const auto& [from, to] : edges) {
-    m_map.m_dependents[from->m_dependentBegin + from->m_dependentCount++] = to;
+    node->m_dependentBegin = begin[node->m_index];
+    node->m_dependentCount = begin[node->m_index + 1] - begin[node->m_index];
   }
 }
 

@@ -28,7 +28,9 @@ class Builder {
   // The node made for an element that stands inside another node.
   Node* Embedded(pugi::xml_node element) const;
   // Notes a reference that no element of the owner makes by name.
-  void AddLink(Node& target, Element role) { m_map.m_links.push_back({&target, role}); }
+  void AddLink(Node& target, Element role) {
+    m_map.m_links.push_back({&target, target.m_index, role});
+  }
 
  private:
   void CreateAll(pugi::xml_node parent);

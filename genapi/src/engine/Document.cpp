@@ -157,6 +157,9 @@ void Document::CheckTree() {
       m_root = node;
     }
     if (++elements > sk_maxXmlElements) Fail("there are too many elements", 0);
+    if (depth > 1 && node.name()[0] == 'I' && std::strcmp(node.name(), "IntSwissKnife") == 0) {
+      m_hasEmbeddedFormulas = true;
+    }
     if (node.first_child()) JoinTexts(node);
     if (const pugi::xml_node child = node.first_child()) {
       if (++depth > sk_maxXmlDepth) {

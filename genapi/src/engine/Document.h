@@ -19,7 +19,8 @@ class Document {
   pugi::xml_document& Xml() { return m_xml; }
   // Line of an element in the original text; 0 when it is not known.
   unsigned LineOf(pugi::xml_node element) const;
-  size_t TextSize() const { return m_text.size(); }
+  // Whether formulas stand inside other nodes, so that they have to be looked for.
+  bool HasEmbeddedFormulas() const { return m_hasEmbeddedFormulas; }
   // The whole description as XML text.
   std::string ToXml() const;
 
@@ -34,6 +35,7 @@ class Document {
   pugi::xml_document m_xml;
   pugi::xml_node m_root;
   std::vector<uint32_t> m_lineEnds;
+  bool m_hasEmbeddedFormulas = false;
 };
 
 // Text of an element without the blanks around it. CDATA sections and texts are joined; the result

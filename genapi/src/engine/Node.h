@@ -69,6 +69,7 @@ struct Dependent {
 // One reference of a node to another, in the order of the description.
 struct Link {
   Node* pTarget;
+  uint32_t index;  // of the target in the map
   Element role;
 };
 
