@@ -37,7 +37,7 @@ struct Scaling {
     // Beyond these every sample becomes 0, or 255 unless it is 0.
     constexpr double sk_beyond = 64;
     whole = scale == std::floor(scale);
-    right = topBit - 7 - static_cast<int>(std::clamp(scale, -sk_beyond, sk_beyond));
+    right = whole ? topBit - 7 - static_cast<int>(std::clamp(scale, -sk_beyond, sk_beyond)) : 0;
     if (whole || topBit <= 7 || topBit > 15) return;
     words.resize(0x10000);
     for (unsigned value = 0; value < words.size(); ++value) words[value] = Saturate(value * factor);

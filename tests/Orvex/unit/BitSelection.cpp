@@ -158,6 +158,14 @@ TEST_F(BitSelection, TreatsOneChannelOfTwoInTheEightBitDolpAolpFormats) {
   EXPECT_THAT(DataOf(whole.get()), testing::ElementsAre(1, 2, 3, 4));
 }
 
+TEST_F(BitSelection, MakesNothingOfAScaleThatIsNoNumber) {
+  for (const PfncFormat_ format : {Mono8, Mono12p, Mono24}) {
+    const ImagePtr image = RandomImage(format, 4, 2);
+    const ImagePtr result(ImageFactory::SelectBitsAndScale(image.get(), 8, std::nan("")));
+    EXPECT_THAT(DataOf(result.get()), testing::Each(0));
+  }
+}
+
 TEST_F(BitSelection, LabelsScaledBGR12AsItself) {
   const ImagePtr image = RandomImage(BGR12, 2, 2);
   EXPECT_EQ(ImagePtr(ImageFactory::SelectBitsAndScale(image.get(), 8, 0))->GetPixelFormat(), BGR12);
