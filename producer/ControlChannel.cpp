@@ -99,7 +99,8 @@ std::string Subject(std::span<const uint8_t> packet) {
 ControlChannel::ControlChannel(uint32_t hostIp, uint32_t deviceIp)
     : m_socket(UdpSocket::Bound({hostIp, 0})), m_settings{sk_commandTimeout, sk_commandRetries} {
   m_socket.Connect({deviceIp, Gev::sk_gvcpPort});
-  // A camera that remembers the id of an earlier session would take the same id for a repetition.
+  // A camera that remembers the last id of an earlier connection would take the same id for a
+  // repetition.
   m_lastId = static_cast<uint16_t>(std::random_device{}());
 }
 

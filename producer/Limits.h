@@ -55,6 +55,5 @@ inline constexpr size_t sk_maxActiveFrames = 16;  // frames being filled at once
 inline constexpr size_t sk_maxGapsPerFrame =
     256;  // open ranges of missing packets; more are merged
 inline constexpr size_t sk_maxChunks = 4096;
-inline constexpr auto sk_stopTimeout = 2s;
 
 }  // namespace OrvexGev

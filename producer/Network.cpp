@@ -20,6 +20,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "producer/Limits.h"
+
 namespace OrvexGev {
 namespace {
 
@@ -79,6 +81,9 @@ uint32_t GatewayOf(const std::string& name) {
 }
 
 }  // namespace
+
+// A name, "#" and two digits.
+static_assert(IFNAMSIZ - 1 + 3 < sk_maxInterfaceId);
 
 std::vector<HostInterface> ListHostInterfaces() {
   ifaddrs* raw = nullptr;
