@@ -46,7 +46,7 @@ std::string GetDeviceID(TLInterface* pInterface, uint32_t index) {
 }
 
 std::string ErrorNumberText() {
-  return "[" + std::to_string(errno) + "]";
+  return std::string("[").append(std::to_string(errno)).append("]");
 }
 
 // The local address (network order) from which the host would reach the given one.

@@ -52,7 +52,9 @@ const char* ContractLoad(const char* producerFile) {
   return NULL;
 }
 
-void ContractReset(void) { GCCloseLib_(); }
+void ContractReset(void) {
+  GCCloseLib_();
+}
 
 const char* ContractInitAndErrors(void) {
   TL_HANDLE system = NULL;

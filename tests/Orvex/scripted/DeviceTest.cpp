@@ -155,9 +155,9 @@ TEST_F(CameraOpening, AsksForTheUrlTheOldWayWhenThereIsNoList) {
 }
 
 TEST_F(CameraOpening, ReadsDescriptionsOutOfThePortWhateverTheirScheme) {
-  EXPECT_EQ(Thrown([] { ReadXML(nullptr, {}); }),
-            PlainError("InvalidArgumentException", "Module is null",
-                       "NodeMapUtility.cpp, ReadXML"));
+  EXPECT_EQ(
+      Thrown([] { ReadXML(nullptr, {}); }),
+      PlainError("InvalidArgumentException", "Module is null", "NodeMapUtility.cpp, ReadXML"));
   auto& remote = m_world.Camera().remote;
   OpenCamera();
   const std::string rest = remote.currentUrl.substr(remote.currentUrl.find(':'));
