@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // The logger: which records leave, how they are written, and what its configuration starts.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 
 #include "Orvex/ALogger.h"
@@ -17,10 +18,13 @@ namespace {
 namespace fs = std::filesystem;
 using namespace Orvex;
 
-// A folder of its own as the current one, for configuration and files.
+// A folder of its own as the current one, for configuration and files, and ports of its own: the
+// cases run beside each other, each in a process.
 class Logging : public testing::Test {
  protected:
-  Logging() : m_before(fs::current_path()), m_folder(fs::temp_directory_path() / "orvex-logger") {
+  Logging()
+      : m_before(fs::current_path()),
+        m_folder(fs::temp_directory_path() / ("orvex-logger-" + std::to_string(::getpid()))) {
     fs::remove_all(m_folder);
     fs::create_directory(m_folder);
     fs::current_path(m_folder);
@@ -32,8 +36,10 @@ class Logging : public testing::Test {
 
   static void Configure(bool console, bool json, bool file, int level = 400) {
     const auto text = [](bool value) { return value ? "true" : "false"; };
+    const int port = 20000 + ::getpid() % 4000 * 3;
     std::ofstream("tavik_log.conf")
-        << "{\"ports\": {\"orvex_in\": 45301, \"orvex_out\": 45302, \"qx_in\": 45303},\n"
+        << "{\"ports\": {\"orvex_in\": " << port << ", \"orvex_out\": " << port + 1
+        << ", \"qx_in\": " << port + 2 << "},\n"
         << "\"levels\": {\"orvex\": " << level << "},\n"
         << "\"logging\": {\"console\": " << text(console) << ", \"json\": " << text(json)
         << ", \"file\": " << text(file) << "}}\n";
@@ -41,12 +47,12 @@ class Logging : public testing::Test {
 
   // The one file whose name matches; waits for it to hold the text.
   std::string FileWith(const std::string& name, const std::string& text) const {
-    const std::regex pattern(name);
+    const testing::Matcher<std::string> wanted = testing::MatchesRegex(name);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     std::string content;
     do {
       for (const auto& entry : fs::directory_iterator(m_folder)) {
-        if (!std::regex_match(entry.path().filename().string(), pattern)) continue;
+        if (!wanted.Matches(entry.path().filename().string())) continue;
         std::stringstream stream;
         stream << std::ifstream(entry.path()).rdbuf();
         content = stream.str();
@@ -86,12 +92,11 @@ TEST_F(Logging, WritesTextAndJsonFiles) {
     FileWith("orvex_[0-9]{14}\\.log\\.json", "second");
   }
   const std::string text = FileWith("orvex_[0-9]{14}\\.log", "second");
-  EXPECT_TRUE(std::regex_match(
-      text, std::regex("\\[ [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\] :: \\[ \\.\\.\\.INFO \\] :: "
-                       "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  \\(S0001\\) first\n"
-                       "\\[ [0-9:]{8}\\.[0-9]{3} \\] :: \\[ \\.\\.ERROR \\] :: "
-                       "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  second \"quoted\"\n")))
-      << text;
+  EXPECT_THAT(text, testing::MatchesRegex(
+                        "\\[ [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\] :: \\[ \\.\\.\\.INFO \\] :: "
+                        "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  \\(S0001\\) first\n"
+                        "\\[ [0-9:]{8}\\.[0-9]{3} \\] :: \\[ \\.\\.ERROR \\] :: "
+                        "\\[ \\.\\.\\.\\.Orvex \\] \\|\\|>  second \"quoted\"\n"));
   const auto json = nlohmann::json::parse(FileWith("orvex_[0-9]{14}\\.log\\.json", "second"));
   ASSERT_EQ(json.size(), 2u);
   EXPECT_EQ(json[0]["userid"], "S0001");
