@@ -424,7 +424,7 @@ void ExecuteFeature(GenApi::INodeMap& nodes, const std::string& name) {
   GenApi::INode& node = NodeOf(nodes, name);
   auto* pCommand = dynamic_cast<GenApi::ICommand*>(&node);
   if (pCommand == nullptr) {
-    throw Failure(fmt::format("{} is no command but a {}: use `orvex set {} VALUE`", name,
+    throw Failure(fmt::format("{} is no command, its type is {}: use `orvex set {} VALUE`", name,
                               Lower(TypeText(node.GetPrincipalInterfaceType())), name));
   }
   CheckWritable(node, name);

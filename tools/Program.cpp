@@ -37,8 +37,12 @@ void ShieldNegativeValue(std::vector<std::string>& arguments) {
   if (value != arguments.end()) value->insert(value->begin(), sk_shield);
 }
 
-std::string UsageLine(const CLI::App& program, const CLI::ParseError& error) {
+// `first` is the first word of the command line.
+std::string UsageLine(const CLI::App& program, const CLI::ParseError& error,
+                      const std::string& first) {
   std::string line = error.what();
+  if (program.get_subcommands().empty() && !first.empty() && first.front() != '-')
+    line = fmt::format("there is no command '{}'", first);
   std::replace(line.begin(), line.end(), '\n', ' ');
   std::string help = "orvex";
   for (const CLI::App* pCommand : program.get_subcommands()) help += " " + pCommand->get_name();
@@ -54,6 +58,7 @@ int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostre
   program.set_version_flag("--version", [] { return std::string(Orvex::GetVersion().c_str()); });
   for (const auto addCommand : sk_addCommands) addCommand(program, output);
 
+  const std::string first = arguments.empty() ? std::string() : arguments.front();
   ShieldNegativeValue(arguments);
   std::reverse(arguments.begin(), arguments.end());  // the parser takes words from the back
   try {
@@ -63,7 +68,7 @@ int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostre
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
       return program.exit(error, out, err);
-    err << "orvex: " << UsageLine(program, error) << '\n';
+    err << "orvex: " << UsageLine(program, error, first) << '\n';
     return sk_exitMisuse;
   } catch (const Misuse& error) {
     err << "orvex: " << error.what() << '\n';

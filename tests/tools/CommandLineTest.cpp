@@ -40,7 +40,8 @@ TEST_P(WrongUsage, IsSaidInOneLineWithCodeTwo) {
 INSTANTIATE_TEST_SUITE_P(
     Lines, WrongUsage,
     testing::Values(UsageCase{"NoCommand", {}, "orvex --help"},
-                    UsageCase{"UnknownCommand", {"lisst"}, "orvex --help"},
+                    UsageCase{
+                        "UnknownCommand", {"lisst"}, "no command 'lisst'; see `orvex --help`"},
                     UsageCase{"UnknownOption", {"grab", "--fast"}, "orvex grab --help"},
                     UsageCase{"NoFeature", {"get"}, "FEATURE"},
                     UsageCase{"TooFewWords", {"set", "Width"}, "set [DEVICE] FEATURE VALUE"},
