@@ -259,7 +259,8 @@ TEST_F(Destroying, RefusesNull) {
 class XmlDownload : public ScriptedTest {
  protected:
   XmlDownload() : m_before(std::filesystem::current_path()) {
-    m_folder = std::filesystem::temp_directory_path() / "orvex-xml-download";
+    m_folder = std::filesystem::temp_directory_path() /
+               ("orvex-xml-download-" + std::to_string(::getpid()));
     std::filesystem::remove_all(m_folder);
     std::filesystem::create_directory(m_folder);
     std::filesystem::current_path(m_folder);

@@ -3,6 +3,7 @@
 #include <GenApi/GenApi.h>
 #include <GenApi/NodeMapFactory.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <boost/any.hpp>
@@ -275,7 +276,8 @@ class FeatureStreams : public NodeHelpers {
     text << std::ifstream(m_file).rdbuf();
     return text.str();
   }
-  std::string m_file = std::filesystem::temp_directory_path() / "orvex-features.txt";
+  std::string m_file = std::filesystem::temp_directory_path() /
+                       ("orvex-features-" + std::to_string(::getpid()) + ".txt");
 };
 
 TEST_F(FeatureStreams, SaveWhatWasSelectedInThatOrderAndRestoreIt) {
