@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "GoldenAnswers.h"
+#include "tests/Places.h"
 
 namespace OrvexTest {
 namespace {
@@ -60,7 +61,7 @@ class Golden : public testing::TestWithParam<GoldenCase> {};
 
 TEST_P(Golden, AnswersAreTheRecordedOnes) {
   const GoldenCase& which = GetParam();
-  const std::string folder = std::string(ORVEX_SOURCE_DIR) + "/tests/data/descriptions/";
+  const std::string folder = std::string(places::sk_sourceDir) + "/tests/data/descriptions/";
   const std::string xml = Decompress(folder + which.file + ".xml.xz");
   const Answers wanted = ParseAnswers(Decompress(folder + "answers/" + which.file + "." +
                                                  which.memory + "." + which.what + ".tsv.xz"));

@@ -11,6 +11,7 @@
 #include "gigevision/Bootstrap.h"
 #include "gigevision/Gvsp.h"
 #include "gigevision/XmlUrl.h"
+#include "tests/Places.h"
 
 using namespace GigEVision;
 using Bytes = std::vector<uint8_t>;
@@ -31,7 +32,8 @@ uint32_t Le32(const uint8_t* p) {
 // The UDP datagrams of a capture with Ethernet frames (little-endian pcapng, enhanced packet
 // blocks).
 std::vector<Datagram> ReadCapture(const std::string& name) {
-  std::ifstream file(std::string(ORVEX_SOURCE_DIR) + "/tests/data/pcap/" + name, std::ios::binary);
+  std::ifstream file(std::string(places::sk_sourceDir) + "/tests/data/pcap/" + name,
+                     std::ios::binary);
   const Bytes bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   std::vector<Datagram> result;
   for (size_t at = 0; at + 12 <= bytes.size();) {

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/Places.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -66,7 +68,7 @@ std::vector<fs::path> SourcesOf(const fs::path& folder) {
 
 class IncludeArrows : public testing::TestWithParam<std::string> {
  protected:
-  const fs::path m_root{ORVEX_SOURCE_DIR};
+  const fs::path m_root{places::sk_sourceDir};
 
   // The folder of this tree in which a name is found, as the build's include paths would find it;
   // empty for packages.
@@ -143,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(Folders, IncludeArrows, testing::ValuesIn(Folders()),
 
 // Each file says under which licence it stands, and each header guards itself.
 TEST(SourceHeads, CarryLicenceAndGuard) {
-  const fs::path root{ORVEX_SOURCE_DIR};
+  const fs::path root{places::sk_sourceDir};
   for (const char* folder :
        {"include", "genapi", "gentl", "gigevision", "producer", "simulator", "primitives",
         "TavikLog", "Orvex", "tools", "examples", "tests", "bench", "fuzz"}) {

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "WithCameras.h"
+#include "tests/Places.h"
 
 namespace OrvexTest {
 namespace {
@@ -388,7 +389,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(Examples, DisconnectTellsTheLossOfTheCamera) {
   StartCameras();
-  Process watch(std::filesystem::path(ORVEX_BINARY_DIR) / "examples/disconnect", {Serial(), "15"});
+  Process watch(std::filesystem::path(places::sk_binaryDir) / "examples/disconnect",
+                {Serial(), "15"});
   ASSERT_TRUE(watch.WaitForOutput("watching", Seconds(10))) << watch.Err();
   m_pCameras->Signal(SIGKILL);
   EXPECT_EQ(watch.Wait(Seconds(15)), 0);

@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/Places.h"
+
 namespace {
 
-const std::filesystem::path sk_tree = ORVEX_SOURCE_DIR;
+const std::filesystem::path sk_tree = places::sk_sourceDir;
 
 std::string Content(const std::filesystem::path& name) {
   std::ifstream file(name);

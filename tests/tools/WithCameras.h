@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Processes.h"
+#include "tests/Places.h"
 
 namespace OrvexTest {
 
@@ -23,7 +24,7 @@ class WithCameras : public testing::Test {
   ~WithCameras() override { std::filesystem::remove_all(m_folder); }
 
   static std::filesystem::path OrvexProgram() {
-    return std::filesystem::path(ORVEX_BINARY_DIR) / "bin/orvex";
+    return std::filesystem::path(places::sk_binaryDir) / "bin/orvex";
   }
 
   // Starts cameras, with m_simOptions besides; returns when they answer.
@@ -54,7 +55,7 @@ class WithCameras : public testing::Test {
   }
 
   Result Example(const char* pName, std::vector<std::string> arguments) {
-    return RunToEnd(std::filesystem::path(ORVEX_BINARY_DIR) / "examples" / pName,
+    return RunToEnd(std::filesystem::path(places::sk_binaryDir) / "examples" / pName,
                     std::move(arguments), Seconds(30), m_folder);
   }
 

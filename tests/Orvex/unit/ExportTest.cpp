@@ -8,13 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/Places.h"
+
 namespace {
 
 // Defined dynamic symbols of the library, demangled, without their addresses: "T
 // Orvex::OpenSystem()".
 std::vector<std::string> ExportedSymbols() {
   const std::string command =
-      std::string("nm -DC --defined-only ") + ORVEX_BINARY_DIR + "/lib/liborvex.so 2>/dev/null";
+      std::string("nm -DC --defined-only ") + places::sk_binaryDir + "/lib/liborvex.so 2>/dev/null";
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(::popen(command.c_str(), "r"),
                                                              &::pclose);
   std::vector<std::string> symbols;
