@@ -51,12 +51,18 @@ std::string UsageLine(const CLI::App& program, const CLI::ParseError& error,
 
 }  // namespace
 
-int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
-  Output output{out, err, false, &out == &std::cout && ::isatty(STDOUT_FILENO) == 1};
-  CLI::App program{"Finds, shows, sets and streams machine-vision cameras", "orvex"};
+void DescribeProgram(CLI::App& program, Output& output) {
+  program.name("orvex");
+  program.description("Finds, shows, sets and streams machine-vision cameras");
   program.require_subcommand(1);
   program.set_version_flag("--version", [] { return std::string(Orvex::GetVersion().c_str()); });
   for (const auto addCommand : sk_addCommands) addCommand(program, output);
+}
+
+int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
+  Output output{out, err, false, &out == &std::cout && ::isatty(STDOUT_FILENO) == 1};
+  CLI::App program;
+  DescribeProgram(program, output);
 
   const std::string first = arguments.empty() ? std::string() : arguments.front();
   ShieldNegativeValue(arguments);
