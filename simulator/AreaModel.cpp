@@ -2,20 +2,33 @@
 #include "simulator/AreaModel.h"
 
 #include <cmath>
+#include <cstring>
+#include <stdexcept>
 
 #include "simulator/CameraCore.h"
+#include "simulator/Limits.h"
 
 namespace OrvexSim {
 namespace {
 
 constexpr uint32_t sk_sensorWidth = 1936, sk_sensorHeight = 1216;
-constexpr double sk_nominalExposure = 2000;  // us, at which the chart has its own brightness
+constexpr double sk_nominalExposure = 2000;  // us, at which the scene has its own brightness
+
+RegionModel::Shape ShapeFor(const PictureFolder* pictures) {
+  if (pictures == nullptr) return {sk_sensorWidth, sk_sensorHeight, 1280, 1024, true};
+  const uint32_t width = pictures->Width() / sk_widthStep * sk_widthStep,
+                 height = pictures->Height() / 2 * 2;
+  if (width < sk_minWidth || height == 0)
+    throw std::invalid_argument("the pictures must be at least 16 columns wide and 2 rows high");
+  return {width, height, width, height, true};
+}
 
 }  // namespace
 
-AreaModel::AreaModel()
-    : RegionModel({sk_sensorWidth, sk_sensorHeight, 1280, 1024, true}),
-      m_painter(Scene::Chart(sk_sensorWidth, sk_sensorHeight)) {}
+AreaModel::AreaModel(std::unique_ptr<PictureFolder> pictures)
+    : RegionModel(ShapeFor(pictures.get())),
+      m_pictures(std::move(pictures)),
+      m_painter(m_pictures ? m_pictures->At(0) : Scene::Chart(sk_sensorWidth, sk_sensorHeight)) {}
 
 std::vector<EnumEntry> AreaModel::FormatEntries() const {
   std::vector<EnumEntry> entries;
@@ -69,14 +82,40 @@ void AreaModel::TakeSettings() {
   m_fields = LeaderFields();
 }
 
+void AreaModel::PaintPicture(uint64_t frameNumber, Frame& frame) {
+  const size_t index = frameNumber % m_pictures->Count();
+  std::vector<uint8_t>& painted = m_painted[index];
+  if (painted.empty()) {
+    m_painter.SetScene(m_pictures->At(index));
+    m_painter.Configure(m_settings);
+    m_painter.Paint(frameNumber, {frame.data.data(), frame.imageBytes}, frame.canvas);
+    if (m_paintedBytes + frame.imageBytes > sk_maxPictureBytesKept) return;
+    m_paintedBytes += frame.imageBytes;
+    painted.assign(frame.data.begin(),
+                   frame.data.begin() + static_cast<ptrdiff_t>(frame.imageBytes));
+    return;
+  }
+  std::memcpy(frame.data.data(), painted.data(), frame.imageBytes);
+  frame.canvas = {};
+}
+
 void AreaModel::Paint(uint64_t frameNumber, Frame& frame) {
+  const bool moving = !m_pictures || MovesByItself(m_settings.pattern);
+  if (m_pictures && m_settings != m_painter.Settings()) {
+    m_painted.clear();
+    m_paintedBytes = 0;
+  }
   m_painter.Configure(m_settings);
   frame.imageBytes = m_painter.FrameBytes();
   if (frame.data.size() < frame.imageBytes) {
     frame.data.resize(frame.imageBytes);
     frame.canvas = {};
   }
-  m_painter.Paint(frameNumber, {frame.data.data(), frame.imageBytes}, frame.canvas);
+  if (moving) {
+    m_painter.Paint(frameNumber, {frame.data.data(), frame.imageBytes}, frame.canvas);
+  } else {
+    PaintPicture(frameNumber, frame);
+  }
   frame.payloadType = static_cast<uint16_t>(GigEVision::PayloadType::Image);
   frame.image = m_fields;
 }

@@ -55,7 +55,7 @@ CameraCore::CameraCore(CameraOptions options)
   }
   control.heartbeatMs = B::sk_defaultHeartbeatMs;
 
-  m_model = MakeModel(m_options.model);
+  m_model = MakeModel(m_options);
   if (!m_model) throw std::invalid_argument("unknown camera model '" + m_options.model + "'");
   m_features.SetLock([this] { return TransportLocked(); });
   AddBootstrapRegisters();
@@ -196,7 +196,7 @@ size_t CameraCore::PayloadSize() const {
 ChunkPlan CameraCore::TakeChunks() const {
   ChunkPlan plan = TakeChunkPlan(m_features);
   plan.exposure = F("ExposureTime").Real();
-  plan.gain = F("Gain").Real();
+  if (const Feature* gain = m_features.Find("Gain")) plan.gain = gain->Real();
   return plan;
 }
 

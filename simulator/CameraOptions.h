@@ -4,11 +4,14 @@
 // values.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace OrvexSim {
+
+class FrameSource;  // simulator/FrameSource.h
 
 struct CameraOptions {
   std::string address = "127.0.0.2";  // IPv4, of loopback or of one of this machine's interfaces
@@ -26,6 +29,10 @@ struct CameraOptions {
   // A description file (.xml or .zip) to serve in place of the camera's own, as it is. All
   // registers but those of the standard are plain memory then.
   std::string descriptionFile;
+  // A folder of PNG or TIFF pictures that the models area and qoi look at in place of the chart.
+  std::string pictures;
+  // Frames to be replayed in place of the model's.
+  std::shared_ptr<FrameSource> source;
   // Start values of any features, by name, as texts: {"SimDropRate", "1"}.
   std::vector<std::pair<std::string, std::string>> settings;
 };

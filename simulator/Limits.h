@@ -23,4 +23,10 @@ inline constexpr uint32_t sk_maxRegisterDelayMs = 60000;
 inline constexpr uint32_t sk_maxFileBytes = 1u << 20;  // of each file in the camera
 inline constexpr size_t sk_maxListedRanges = 64;       // of packets to lose
 
+inline constexpr uint32_t sk_maxPictureSide = 1u << 16;
+inline constexpr uint64_t sk_maxPicturePixels = uint64_t{1} << 27;
+inline constexpr size_t sk_maxPictures = 100'000;  // of one folder
+// Decoded pictures, and frames painted of them, that are kept for the next round; together.
+inline constexpr size_t sk_maxPictureBytesKept = size_t{512} << 20;
+
 }  // namespace OrvexSim

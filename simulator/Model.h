@@ -13,6 +13,7 @@
 namespace OrvexSim {
 
 class CameraCore;
+struct CameraOptions;
 
 class Model {
  public:
@@ -24,10 +25,16 @@ class Model {
   virtual void TakeSettings() = 0;
   // Fills data (resized to fit), imageBytes, payloadType and image.
   virtual void Paint(uint64_t frameNumber, Frame& frame) = 0;
+  // Time from this frame to the next where the model itself sets the pace, else 0; under the lock.
+  virtual double PeriodUs(uint64_t /*frameNumber*/) { return 0; }
+  // Frames after which an acquisition ends by itself; 0 = never.
+  virtual uint64_t FrameLimit() const { return 0; }
 };
 
-// Null for an unknown name.
-std::unique_ptr<Model> MakeModel(const std::string& name);
+// Null for an unknown name. Throws std::invalid_argument for options that the model cannot follow.
+std::unique_ptr<Model> MakeModel(const CameraOptions& options);
 std::vector<std::string> ModelNames();
+// The name of any format that some model sends; "Format" and the number for others.
+std::string PixelFormatName(uint32_t value);
 
 }  // namespace OrvexSim

@@ -9,13 +9,13 @@ namespace {
 
 constexpr uint64_t sk_rampPeriod = 65536;
 
-bool Moves(TestPattern pattern) {
+}  // namespace
+
+bool MovesByItself(TestPattern pattern) {
   return pattern == TestPattern::GreyHorizontalRampMoving ||
          pattern == TestPattern::GreyVerticalRampMoving ||
          pattern == TestPattern::HorizontalLineMoving || pattern == TestPattern::VerticalLineMoving;
 }
-
-}  // namespace
 
 size_t Painter::FrameBytes() const {
   return m_settings.format == nullptr
@@ -23,12 +23,18 @@ size_t Painter::FrameBytes() const {
              : RowBytes(*m_settings.format, m_settings.width) * m_settings.height;
 }
 
+void Painter::SetScene(std::shared_ptr<const Scene> scene) {
+  m_changed = m_changed || scene != m_scene;
+  m_scene = std::move(scene);
+}
+
 void Painter::Configure(const PaintSettings& settings) {
-  if (settings == m_settings && m_generation != 0) return;
+  if (settings == m_settings && !m_changed) return;
+  m_changed = false;
   m_settings = settings;
   ++m_generation;
   m_still.resize(FrameBytes());
-  if (!Moves(settings.pattern))
+  if (!MovesByItself(settings.pattern))
     PaintRows({0, 0, settings.width, settings.height}, 0, nullptr, m_still);
 }
 
@@ -122,9 +128,9 @@ void Painter::PaintRows(Rect area, uint64_t frame, const MovingParts* moving,
 
 std::vector<Rect> Painter::MovingAreas(const MovingParts& moving) const {
   std::vector<Rect> areas;
-  if (Moves(m_settings.pattern)) {
+  if (MovesByItself(m_settings.pattern)) {
     areas.push_back({0, 0, m_settings.width, m_settings.height});
-  } else if (m_settings.pattern == TestPattern::Off) {
+  } else if (m_settings.pattern == TestPattern::Off && m_scene->HasMovingParts()) {
     const int64_t binX = m_settings.binningX, binY = m_settings.binningY;
     for (const Rect& rect : moving.Areas()) {
       // From sensor to output pixels, widened to whole packing steps, cut to the frame.
@@ -145,7 +151,7 @@ std::vector<Rect> Painter::MovingAreas(const MovingParts& moving) const {
 
 void Painter::Paint(uint64_t frame, std::span<uint8_t> out, CanvasState& state) {
   const size_t rowBytes = RowBytes(*m_settings.format, m_settings.width);
-  const bool moves = Moves(m_settings.pattern);
+  const bool moves = MovesByItself(m_settings.pattern);
   if (state.generation != m_generation) {
     if (!moves) std::memcpy(out.data(), m_still.data(), m_still.size());
     state.generation = m_generation;

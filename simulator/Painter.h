@@ -26,6 +26,8 @@ enum class TestPattern : uint8_t {
   ColorBar,
 };
 
+bool MovesByItself(TestPattern pattern);
+
 struct PaintSettings {
   uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0;  // output pixels
   uint32_t binningX = 1, binningY = 1;
@@ -46,6 +48,7 @@ class Painter {
  public:
   explicit Painter(std::shared_ptr<const Scene> scene) : m_scene(std::move(scene)) {}
 
+  void SetScene(std::shared_ptr<const Scene> scene);  // counts from the next Configure on
   void Configure(const PaintSettings& settings);
   const PaintSettings& Settings() const { return m_settings; }
   size_t FrameBytes() const;
@@ -61,6 +64,7 @@ class Painter {
 
   std::shared_ptr<const Scene> m_scene;
   PaintSettings m_settings;
+  bool m_changed = true;  // the scene, since the last Configure
   uint64_t m_generation = 0;
   std::vector<uint8_t> m_still;
 };

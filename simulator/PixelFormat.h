@@ -52,7 +52,7 @@ std::span<const PixelFormat> AllPixelFormats();
 const PixelFormat* FindPixelFormat(uint32_t value);  // null when unknown
 
 // Widths that all formats can express in whole bytes for each row.
-inline constexpr uint32_t sk_widthStep = 8;
+inline constexpr uint32_t sk_widthStep = 8, sk_minWidth = 16;
 constexpr size_t RowBytes(const PixelFormat& format, size_t width) {
   return width * format.BitsPerPixel() / 8;
 }

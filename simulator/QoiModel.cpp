@@ -21,6 +21,13 @@ constexpr QoiFormat sk_formats[] = {
 
 }  // namespace
 
+const char* QoiFormatName(uint32_t value) {
+  for (const QoiFormat& format : sk_formats) {
+    if (format.value == value) return format.name;
+  }
+  return nullptr;
+}
+
 std::vector<EnumEntry> QoiModel::FormatEntries() const {
   std::vector<EnumEntry> entries;
   for (const QoiFormat& format : sk_formats) entries.push_back({format.name, format.value});

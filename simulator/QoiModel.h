@@ -8,8 +8,12 @@
 
 namespace OrvexSim {
 
+// Null for a format of other models.
+const char* QoiFormatName(uint32_t value);
+
 class QoiModel : public AreaModel {
  public:
+  using AreaModel::AreaModel;
   std::string Name() const override { return "VirtualCamera Qoi"; }
   size_t PayloadBytes() const override;
   void Paint(uint64_t frameNumber, Frame& frame) override;

@@ -94,7 +94,7 @@ void RegionModel::AddFeatures(CameraCore& camera) {
       .Docu("Largest height with the present binning.");
   m_width = &t.Integer("Width")
                  .Locked()
-                 .Range(16, columns, sk_widthStep)
+                 .Range(sk_minWidth, columns, sk_widthStep)
                  .Default(m_shape.width)
                  .Max([this] { return WidthMax() - m_offsetX->Int(); })
                  .DependsOn({"OffsetX"})

@@ -13,14 +13,14 @@ struct EnumEntry;
 
 class RegionModel : public Model {
  public:
-  void AddFeatures(CameraCore& camera) override;
-
- protected:
   struct Shape {
     uint32_t sensorWidth = 0, sensorHeight = 0;
     uint32_t width = 0, height = 0;  // start values
     bool binning = false;
   };
+  void AddFeatures(CameraCore& camera) override;
+
+ protected:
   explicit RegionModel(Shape shape) : m_shape(shape) {}
   // The formats offered; the first one is the start value.
   virtual std::vector<EnumEntry> FormatEntries() const = 0;

@@ -108,8 +108,8 @@ Rgb16 ChartColour(int64_t x, int64_t y) {
 
 }  // namespace
 
-Scene::Scene(uint32_t width, uint32_t height, std::vector<uint16_t> rgb)
-    : m_width(width), m_height(height), m_rgb(std::move(rgb)) {}
+Scene::Scene(uint32_t width, uint32_t height, std::vector<uint16_t> rgb, bool movingParts)
+    : m_width(width), m_height(height), m_rgb(std::move(rgb)), m_movingParts(movingParts) {}
 
 std::shared_ptr<const Scene> Scene::Chart(uint32_t width, uint32_t height) {
   static std::mutex mutex;
@@ -122,7 +122,7 @@ std::shared_ptr<const Scene> Scene::Chart(uint32_t width, uint32_t height) {
   for (uint32_t y = 0; y < height; ++y) {
     for (uint32_t x = 0; x < width; ++x) out = std::copy_n(ChartColour(x, y).begin(), 3, out);
   }
-  auto chart = std::make_shared<const Scene>(width, height, std::move(rgb));
+  auto chart = std::make_shared<const Scene>(width, height, std::move(rgb), true);
   known = chart;
   return chart;
 }

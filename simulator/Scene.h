@@ -24,10 +24,11 @@ class Scene {
   static std::shared_ptr<const Scene> Chart(uint32_t width, uint32_t height);
   // A picture in place of the chart, three samples each pixel; it is repeated when the sensor is
   // larger.
-  Scene(uint32_t width, uint32_t height, std::vector<uint16_t> rgb);
+  Scene(uint32_t width, uint32_t height, std::vector<uint16_t> rgb, bool movingParts = false);
 
   uint32_t Width() const { return m_width; }
   uint32_t Height() const { return m_height; }
+  bool HasMovingParts() const { return m_movingParts; }  // before it: see MovingParts
 
   // A row of the chart, which repeats below its end.
   const uint16_t* Row(uint32_t y) const { return &m_rgb[3 * (size_t{y % m_height} * m_width)]; }
@@ -35,6 +36,7 @@ class Scene {
  private:
   uint32_t m_width, m_height;
   std::vector<uint16_t> m_rgb;
+  bool m_movingParts;
 };
 
 // What is before the chart in one frame: the ball and the plate with the frame number.

@@ -80,6 +80,8 @@ Clock::duration Streamer::Period(const Route& route) const {
   }
   if (m_camera.F("TriggerMode").Bool() && m_camera.F("TriggerSource").Int() == sk_timerSource) {
     period = std::max(period, Microseconds(m_camera.F("TimerDuration").Real()));
+  } else if (const double own = m_camera.TheModel().PeriodUs(m_frameNumber); own > 0) {
+    period = Microseconds(own);
   } else if (m_camera.F("AcquisitionFrameRateEnable").Bool()) {
     period = std::max(period, Microseconds(1e6 / m_camera.F("AcquisitionFrameRate").Real()));
   }
@@ -184,7 +186,8 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   if (over()) return;
   m_camera.Notify(EventKind::ExposureEnd, frame.blockId, m_camera.ToDeviceTime(exposed));
   m_camera.Notify(EventKind::FrameStart, frame.blockId, m_camera.Now());
-  const bool open = route.destination.port != 0 && m_camera.stream.port == route.destination.port &&
+  const bool open = frame.size != 0 && route.destination.port != 0 &&
+                    m_camera.stream.port == route.destination.port &&
                     Clock::now() >= m_camera.silentUntil;
   lock.unlock();
   if (open && faults.AnyOnSending()) {
@@ -199,6 +202,8 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
 
 void Streamer::FinishFrame() {
   AcquisitionState& acquisition = m_camera.acquisition;
+  const uint64_t limit = m_camera.TheModel().FrameLimit();
+  if (limit != 0 && m_frameNumber >= limit) return m_camera.StopAcquisition();
   if (acquisition.framesLeft == 0) return;
   if (--acquisition.framesLeft == 0) m_camera.StopAcquisition();
 }

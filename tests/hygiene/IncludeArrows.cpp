@@ -29,7 +29,7 @@ const std::map<std::string, Folder> sk_arrows = {
     {"gentl", {{"gentl"}, {}}},
     {"gigevision", {{"gigevision"}, {}}},
     {"producer", {{"producer", "gentl", "gigevision"}, {"zlib.h"}}},
-    {"simulator", {{"simulator", "gigevision", "gentl"}, {"zlib.h"}}},
+    {"simulator", {{"simulator", "gigevision", "gentl"}, {"png.h", "tiffio.h", "zlib.h"}}},
     {"primitives", {{"primitives"}, {"hwy", "ipp.h"}}},
     {"TavikLog", {{"TavikLog"}, {}}},
     {"Orvex",

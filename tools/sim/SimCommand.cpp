@@ -126,6 +126,9 @@ void AddSimCommand(CLI::App& program, Output& output) {
       ->add_option("--path-limit", camera.pathLimit,
                    "Packets larger than this vanish on the way; 0: none do")
       ->capture_default_str();
+  pCommand->add_option("--pictures", camera.pictures,
+                       "A folder of PNG or TIFF pictures to look at, one a frame, for the models "
+                       "area and qoi");
   pCommand->add_option(
       "--description", camera.descriptionFile,
       "Serve this description (.xml or .zip) of another camera; its registers are plain memory");
