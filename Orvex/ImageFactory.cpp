@@ -70,7 +70,7 @@ struct PixelFormatDeleter {
 using PixelFormatPtr = std::unique_ptr<IImplementation, PixelFormatDeleter>;
 
 PixelFormatPtr PixelFormatOf(IImage* pImage) {
-  return PixelFormatPtr(GetPixelFormat(static_cast<PfncFormat_>(pImage->GetPixelFormat())));
+  return PixelFormatPtr(GetPixelFormat(AsPixelFormat(pImage->GetPixelFormat())));
 }
 
 void CheckNumBits(size_t numBits, const char* operation) {
@@ -187,7 +187,7 @@ ICompressedImage* ImageFactory::CreateCompressedImage(const uint8_t* pData, size
   CheckParam(dataSize, __func__);
   CHECK_ARG(IsQOI(pixelFormat), InvalidArgumentException,
             std::string("Param is not a compressed pixel format (") +
-                GetPixelFormatName(static_cast<PfncFormat_>(pixelFormat)) + ")");
+                GetPixelFormatName(AsPixelFormat(pixelFormat)) + ")");
   auto pImage = std::make_unique<CompressedImage>();
   auto data = AllocateBytes(dataSize);
   std::memcpy(data.get(), pData, dataSize);
@@ -328,30 +328,12 @@ size_t ImageFactory::DeinterleaveChannelsLen(IImage* pImage) {
 std::vector<IImage*> ImageFactory::SplitChannels(IImage* pImage) {
   CheckInit(__func__);
   CheckParam(pImage, __func__);
-  struct Destroyer {
-    void operator()(IImage* p) const {
-      try {
-        Destroy(p);
-      } catch (...) {
-        // The system was closed meanwhile; the image is lost, nothing else.
-      }
-    }
+  const auto destroy = [](IImage* p) {
+    ImageFactoryDeinterleaveChannels::destroyUnpackedImages({&p, 1});
   };
-  using ImagePtr = std::unique_ptr<IImage, Destroyer>;
-
-  const ImagePtr planes(DeinterleaveChannels(pImage));
-  const size_t channels = GetNumChannels(pImage->GetPixelFormat());
-  const size_t width = planes->GetWidth(), height = planes->GetHeight() / channels;
-  const uint64_t format = planes->GetPixelFormat();
-  const size_t size = ImageBytes(width, height, format);
-  std::vector<ImagePtr> images;
-  for (size_t i = 0; i < channels; ++i) {
-    images.emplace_back(Create(planes->GetData() + i * size, size, width, height, format));
-  }
-  std::vector<IImage*> result;
-  result.reserve(channels);
-  for (ImagePtr& image : images) result.push_back(image.release());
-  return result;
+  const std::unique_ptr<IImage, decltype(destroy)> planes(DeinterleaveChannels(pImage), destroy);
+  return ImageFactoryDeinterleaveChannels::createUnpackedImages(
+      planes.get(), GetNumChannels(pImage->GetPixelFormat()));
 }
 
 // ---- Freeing -----------------------------------------------------------------------------------

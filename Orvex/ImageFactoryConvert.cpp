@@ -45,12 +45,12 @@ const ShortcutTable g_generalShortcuts = MakeTable(IsGeneralShortcut);
 const ShortcutTable g_bayerShortcuts = MakeTable(IsBayerShortcut);
 
 std::string Name(uint64_t format) {
-  return GetPixelFormatName(PfncFormat_(uint32_t(format)));
+  return GetPixelFormatName(AsPixelFormat(format));
 }
 
 // Formats that the library works with; of those some have no way into colour yet.
 bool IsKnown(uint64_t format) {
-  switch (uint32_t(format)) {
+  switch (format) {
 #define ORVEX_CASE(name) case name:
     ORVEX_CONTRACT_FORMATS(ORVEX_CASE)
 #undef ORVEX_CASE
@@ -197,7 +197,8 @@ bool ImageFactoryConvert::runShortcut(uint64_t srcFormat, uint64_t dstFormat, co
   const ConvertFormat* pFrom = FindConvertFormat(srcFormat);
   const bool bayer = pFrom != nullptr && IsBayer(pFrom->family);
   const ShortcutTable& table = bayer ? g_bayerShortcuts : g_generalShortcuts;
-  const auto found = table.find({uint32_t(srcFormat), uint32_t(dstFormat)});
+  const auto found =
+      table.find({uint32_t(AsPixelFormat(srcFormat)), uint32_t(AsPixelFormat(dstFormat))});
   if (found == table.end()) return false;
   const ConvertJob job{SizeOf(width, height), __func__};
   const Shortcut& pair = found->second;

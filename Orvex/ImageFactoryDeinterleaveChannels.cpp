@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/ImageFactoryDeinterleaveChannels.h"
 
+#include <Base/GCException.h>
+
 #include <cstring>
 
-#include "Orvex/Samples.h"
+#include "ImageFactory.h"
+#include "Orvex/ImageFactoryPacking.h"
 #include "PixelFormat.h"
 
 namespace Orvex {
@@ -86,6 +89,14 @@ void SeparateRagged(const uint8_t* pData, size_t dataSize, size_t width, size_t 
       });
 }
 
+// Where the plane of a sensor begins in the output, in samples.
+template <size_t channels>
+size_t SensorOffset(IImage* pSrc, size_t sensor) {
+  return sensor * (pSrc->GetWidth() / channels) * pSrc->GetHeight();
+}
+constexpr auto dualOffset = &SensorOffset<2>;
+constexpr auto quadOffset = &SensorOffset<4>;
+
 template <Packing packing, size_t channels>
 void Deinterleave(IImage* pSrc, Image* pDst) {
   const size_t width = pSrc->GetWidth(), height = pSrc->GetHeight();
@@ -95,7 +106,7 @@ void Deinterleave(IImage* pSrc, Image* pDst) {
                                 CheckedProduct(width, height, channels), pOut, width * height);
   } else if (width % channels == 0) {
     Separate<packing, channels>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), width * height, pOut,
-                                width / channels * height);
+                                (channels == 2 ? dualOffset : quadOffset)(pSrc, 1));
   } else {
     SeparateRagged<packing, channels>(pSrc->GetData(), pSrc->GetSizeOfBuffer(), width, height,
                                       pOut);
@@ -160,6 +171,36 @@ ORVEX_DEINTERLEAVE_STOKES(8, U8)
 ORVEX_DEINTERLEAVE_STOKES(12p, U12p)
 ORVEX_DEINTERLEAVE_STOKES(16, U16)
 #undef ORVEX_DEINTERLEAVE_STOKES
+
+std::vector<IImage*> ImageFactoryDeinterleaveChannels::createUnpackedImages(IImage* pPlanes,
+                                                                            size_t channels) {
+  const size_t width = pPlanes->GetWidth(), height = pPlanes->GetHeight() / channels;
+  const uint64_t format = pPlanes->GetPixelFormat();
+  const size_t size = ImageBytes(width, height, format);
+  std::vector<IImage*> images;
+  images.reserve(channels);
+  try {
+    for (size_t i = 0; i < channels; ++i) {
+      images.push_back(
+          ImageFactory::Create(pPlanes->GetData() + i * size, size, width, height, format));
+    }
+  } catch (...) {
+    destroyUnpackedImages(images);
+    throw;
+  }
+  return images;
+}
+
+void ImageFactoryDeinterleaveChannels::destroyUnpackedImages(
+    std::span<IImage* const> images) noexcept {
+  for (IImage* pImage : images) {
+    try {
+      ImageFactory::Destroy(pImage);
+    } catch (const GenICam::GenericException&) {
+      // The system was closed meanwhile; the image is lost, nothing else.
+    }
+  }
+}
 
 void ImageFactoryDeinterleaveChannels::implSeparated(IImage* pSrc, Image* pDst) {
   std::memcpy(FrameCells::WritableData(pDst), pSrc->GetData(), Len(pSrc));

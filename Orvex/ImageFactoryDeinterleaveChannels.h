@@ -11,6 +11,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <vector>
 
 #include "Orvex/ImageFactoryInternal.h"
 
@@ -72,6 +74,11 @@ class ImageFactoryDeinterleaveChannels final : public PixelFormatContractStandar
   size_t Width(IImage* pSrc) override;
   size_t Height(IImage* pSrc) override;
   const char* algorithmName() override { return "deinterleave channels"; }
+
+  /// The stacked planes as images of their own; the caller owns them.
+  static std::vector<IImage*> createUnpackedImages(IImage* pPlanes, size_t channels);
+  /// Frees such images.
+  static void destroyUnpackedImages(std::span<IImage* const> images) noexcept;
 
 #define ORVEX_DEINTERLEAVE_SLOT(format, member, channels, output) \
   void Process##format(IImage* pSrc, Image* pDst) override {      \

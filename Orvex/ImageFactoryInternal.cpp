@@ -249,7 +249,7 @@ void PixelFormatContractSelection::Dispatch(uint64_t pixelFormat, IImage* pSrc, 
 }
 
 void PixelFormatContractSelection::implNone(IImage* pSrc, Image*) {
-  const auto format = static_cast<PfncFormat_>(pSrc->GetPixelFormat());
+  const PfncFormat_ format = AsPixelFormat(pSrc->GetPixelFormat());
   THROW_PLAIN(InvalidArgumentException, std::string(algorithmName()) +
                                             " algorithm not available for pixel format " +
                                             GetPixelFormatName(format));

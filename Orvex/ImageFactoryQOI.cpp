@@ -76,7 +76,7 @@ IImage* QOIDecompressImage(ICompressedImage* pImage) {
   try {
     return ImageFactory::Create(pixels.get(), size_t{desc.channels} * desc.width * desc.height,
                                 desc.width, desc.height, format);
-  } catch (const GenICam::GenericException&) {
+  } catch (...) {
     CheckQOI(false, "QOI decode error -- create image failed!", Site(__func__, __LINE__));
     return nullptr;
   }

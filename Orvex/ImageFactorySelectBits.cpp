@@ -5,8 +5,8 @@
 #include <string>
 
 #include "Orvex/Check.h"
+#include "Orvex/ImageFactoryPacking.h"
 #include "Orvex/PixelFormatName.h"
-#include "Orvex/Samples.h"
 
 namespace Orvex {
 
@@ -100,7 +100,7 @@ uint64_t ImageFactorySelectBits::PixelFormat(IImage* pSrc) {
 }
 
 void ImageFactorySelectBits::CheckLowestBit(IImage* pSrc, unsigned sampleBits) const {
-  const auto format = static_cast<PfncFormat_>(pSrc->GetPixelFormat());
+  const PfncFormat_ format = AsPixelFormat(pSrc->GetPixelFormat());
   CHECK_ARG(m_lowestBit >= 0 && static_cast<size_t>(m_lowestBit) + m_numBits <= sampleBits,
             InvalidArgumentException,
             "lowest bit " + std::to_string(m_lowestBit) + " not available for pixel format " +

@@ -44,12 +44,9 @@ size_t ChannelsOf(uint64_t pixelFormat) {
 }
 
 size_t Known(size_t fact, const char* function, uint64_t pixelFormat) {
-  // A value beyond 32 bits is no format at all; its low half must not lend it a name.
-  const auto format = pixelFormat <= UINT32_MAX ? static_cast<PfncFormat_>(pixelFormat)
-                                                : static_cast<PfncFormat_>(UINT32_MAX);
   if (fact == 0) {
-    THROW_DIRECT(InvalidArgumentException,
-                 std::string(function) + " not implemented for " + GetPixelFormatName(format));
+    THROW_DIRECT(InvalidArgumentException, std::string(function) + " not implemented for " +
+                                               GetPixelFormatName(AsPixelFormat(pixelFormat)));
   }
   return fact;
 }

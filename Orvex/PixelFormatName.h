@@ -7,6 +7,13 @@
 #include "PFNC.h"
 
 namespace Orvex {
+
+/// The format that a number of an interface means. What takes more than 32 bits means none, and its
+/// low half must not lend it the name and the abilities of another.
+constexpr PfncFormat_ AsPixelFormat(uint64_t pixelFormat) {
+  return static_cast<PfncFormat_>(pixelFormat <= UINT32_MAX ? pixelFormat : UINT32_MAX);
+}
+
 namespace {
 
 /// The name as the enumeration writes it; "InvalidPixelFormat" for 0, "UnknownPixelFormat" for a

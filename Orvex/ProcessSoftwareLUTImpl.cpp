@@ -9,8 +9,8 @@
 
 #include "Orvex/Check.h"
 #include "Orvex/ImageFactoryInternal.h"
+#include "Orvex/ImageFactoryPacking.h"
 #include "Orvex/PixelFormatName.h"
-#include "Orvex/Samples.h"
 
 namespace Orvex {
 
@@ -152,7 +152,9 @@ ORVEX_LUT_MEMBERS(ORVEX_LUT_MEMBER)
 #undef ORVEX_LUT_MEMBER
 
 IImage* ProcessSoftwareLUTImpl::ProcessSoftwareLUT_NoImpl(IImage* pSrc, const uint8_t*, size_t) {
-  const auto format = static_cast<PfncFormat_>(pSrc->GetPixelFormat());
+  // Without an image there is no format to name.
+  CHECK_ARG(pSrc, InvalidArgumentException, "Process software LUT not available");
+  const PfncFormat_ format = AsPixelFormat(pSrc->GetPixelFormat());
   THROW_PLAIN(InvalidArgumentException,
               std::string("Process software LUT attempted but unavailable on pixel format ") +
                   GetPixelFormatName(format));

@@ -8,8 +8,8 @@
 
 #include "Orvex/Check.h"
 #include "Orvex/ImageFactoryInternal.h"
+#include "Orvex/ImageFactoryPacking.h"
 #include "Orvex/PixelFormatName.h"
-#include "Orvex/Samples.h"
 
 namespace Orvex {
 
@@ -129,7 +129,9 @@ ORVEX_SELECT_MEMBERS(ORVEX_SELECT_MEMBER)
 
 IImage* SelectBitsAndScaleImpl::SelectBitsAndScale_NoImpl(IImage* pSrc, uint64_t, double,
                                                           PfncFormat_) {
-  const auto format = static_cast<PfncFormat_>(pSrc->GetPixelFormat());
+  // Without an image there is no format to name.
+  CHECK_ARG(pSrc, InvalidArgumentException, "Bit selection not available");
+  const PfncFormat_ format = AsPixelFormat(pSrc->GetPixelFormat());
   THROW_PLAIN(InvalidArgumentException,
               std::string("Bit selection attempted but unavailable on pixel format ") +
                   GetPixelFormatName(format));

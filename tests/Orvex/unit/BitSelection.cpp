@@ -179,6 +179,12 @@ TEST_F(BitSelection, SaysWhatItCannotDo) {
             Plain("InvalidArgumentException",
                   "Bit selection attempted but unavailable on pixel format Coord3D_ABC16",
                   "SelectBitsAndScaleImpl.cpp", "SelectBitsAndScale_NoImpl"));
+  // Asked directly, a descriptor may see no image at all.
+  const std::unique_ptr<IImplementation> descriptor(GetPixelFormat(Coord3D_C16));
+  EXPECT_EQ(
+      Thrown<InvalidArgumentException>([&] { descriptor->SelectBitsAndScale(nullptr, 8, 0); }),
+      Plain("InvalidArgumentException", "Bit selection not available", "SelectBitsAndScaleImpl.cpp",
+            "SelectBitsAndScale_NoImpl"));
   for (const int outside : {-1, 5}) {
     EXPECT_EQ(
         Thrown<InvalidArgumentException>([&] { ImageFactory::SelectBits(mono.get(), 8, outside); }),

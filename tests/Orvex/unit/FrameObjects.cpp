@@ -2,6 +2,7 @@
 // Frame objects over a stream that answers from a table and counts what it is asked.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstring>
 #include <map>
 
@@ -130,6 +131,47 @@ TEST_F(FrameObjects, CopiesAreDetachedAndCarryTheWholeBuffer) {
   EXPECT_EQ(copy->GetPixelEndianness(), PixelEndiannessBig);
   EXPECT_TRUE(copy->IsIncomplete());
   EXPECT_EQ(m_stream.asked[10], before);
+}
+
+TEST_F(FrameObjects, PassTheirFactsOnToTheImagesMadeOfThem) {
+  m_stream.answers[19] = 16385;
+  const Bytes table(256);
+  struct Row {
+    const char* name;
+    std::function<IImage*(IImage*)> make;
+    bool incomplete, hasChunks;
+    size_t filled, payload, capacity;
+  };
+  const Row rows[] = {
+      {"Convert", [](IImage* p) { return ImageFactory::Convert(p, Mono16); }, false, true, 80, 80,
+       80},
+      {"SelectBits", [](IImage* p) { return ImageFactory::SelectBits(p, 8, 0); }, false, true, 40,
+       40, 40},
+      {"SelectBitsAndScale", [](IImage* p) { return ImageFactory::SelectBitsAndScale(p, 8, 0); },
+       true, false, 40, 40, 40},
+      {"ProcessSoftwareLUT",
+       [&](IImage* p) { return ImageFactory::ProcessSoftwareLUT(p, table.data(), 256); }, true,
+       true, 40, 44, 64},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    ImageExtendedChunk frame(&m_stream, m_hBuffer, nullptr);
+    const ImagePtr made(row.make(frame.AsImage()));
+    EXPECT_THAT((std::array{made->GetWidth(), made->GetHeight(), made->GetOffsetX(),
+                            made->GetOffsetY(), made->GetPaddingX(), made->GetPaddingY()}),
+                testing::ElementsAre(8, 5, 3, 4, 6, 7));
+    EXPECT_THAT(
+        (std::array{made->GetSizeFilled(), made->GetPayloadSize(), made->GetSizeOfBuffer()}),
+        testing::ElementsAre(row.filled, row.payload, row.capacity));
+    EXPECT_EQ(made->GetPixelEndianness(), PixelEndiannessBig);
+    EXPECT_EQ(made->GetTimestampNs(), 99u);
+    EXPECT_EQ(made->GetFrameId(), 77u);
+    EXPECT_EQ(made->GetPayloadType(), 1u);
+    EXPECT_EQ(made->IsIncomplete(), row.incomplete);
+    EXPECT_EQ(made->HasChunkData(), row.hasChunks);
+    EXPECT_TRUE(made->HasImageData());
+    EXPECT_TRUE(made->DataLargerThanBuffer());
+  }
 }
 
 TEST_F(FrameObjects, OfADeviceAreNotDestroyedByTheFactory) {

@@ -12,6 +12,7 @@ namespace {
 
 using GenICam::InvalidArgumentException;
 using GenICam::RuntimeException;
+using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -176,6 +177,8 @@ TEST_F(ImageFactoryFrontEnd, ChecksArgumentsInTheirOrder) {
   const Refusal ownTexts[] = {
       {"CreateCompressedImage", "Param is not a compressed pixel format (Mono8)",
        [&] { ImageFactory::CreateCompressedImage(m_bytes, 4, f); }},
+      {"CreateCompressedImage", "Param is not a compressed pixel format (UnknownPixelFormat)",
+       [&] { ImageFactory::CreateCompressedImage(m_bytes, 4, uint64_t{1} << 32 | QOI_RGB8); }},
       {"SelectBits", "not implemented for 16 number of bits",
        [&] { ImageFactory::SelectBits(p, 16, 0); }},
       {"SelectBitsLen", "not implemented for 7 number of bits",
@@ -327,20 +330,41 @@ TEST_F(ImageFactoryFrontEnd, AsksForNoMemoryBeforeItKnowsTheFormat) {
 }
 
 TEST_F(ImageFactoryFrontEnd, ReadsNoImageThatHoldsLessThanItAnnounces) {
-  // As a camera may say: more pixels than the buffer holds.
-  Image image;
-  FrameCells::FillImageProps(&image, m_bytes, 64, 1000, 1000, Mono8);
-  Bytes table(256);
-  const std::function<void()> calls[] = {
-      [&] { ImageFactory::Convert(&image, RGB8); },
-      [&] { ImageFactory::SelectBits(&image, 8, 0); },
-      [&] { ImageFactory::SelectBitsAndScale(&image, 8, 0); },
-  };
-  for (const auto& call : calls) {
-    EXPECT_THAT(Thrown<InvalidArgumentException>(call), HasSubstr("Image data is smaller than"));
+  // As a camera may say: more pixels than the buffer holds, or than there are numbers for. The
+  // last but one is 2^67 bits, the last 2^64 + 128, which wrap to none and to sixteen bytes.
+  const size_t sides[][2] = {{1000, 1000},
+                             {size_t{1} << 63, 3},
+                             {size_t{1} << 32, size_t{1} << 32},
+                             {(size_t{1} << 61) + 16, 1}};
+  const Bytes table(256);
+  for (const PfncFormat_ format : {Mono8, DualMono8, YCbCr422_8}) {
+    for (const auto& [width, height] : sides) {
+      Image image;
+      FrameCells::FillImageProps(&image, m_bytes, 64, width, height, format);
+      const std::function<void()> calls[] = {
+          [&] { ImageFactory::Convert(&image, RGB8); },
+          [&] { ImageFactory::Convert(&image, format); },
+          [&] { ImageFactory::ConvertShallow(m_buffer, 64, &image, RGB8); },
+          [&] { ImageFactory::SelectBits(&image, 8, 0); },
+          [&] { ImageFactory::SelectBitsAndScale(&image, 8, 0); },
+          [&] { ImageFactory::DeinterleaveChannels(&image); },
+          [&] { ImageFactory::SplitChannels(&image); },
+      };
+      for (const auto& call : calls) {
+        EXPECT_THAT(
+            Thrown<InvalidArgumentException>(call),
+            AnyOf(HasSubstr("Image data is smaller than"), HasSubstr("Image size is out of range")))
+            << width << "x" << height << " of " << format;
+      }
+      // A table is applied to the bytes that there are.
+      const ImagePtr looked(ImageFactory::ProcessSoftwareLUT(&image, table.data(), table.size()));
+      EXPECT_EQ(looked->GetSizeFilled(), 64u);
+      if (width == 1000) continue;
+      EXPECT_THAT(
+          Thrown<InvalidArgumentException>([&] { ImageFactory::ConvertLen(&image, RGBa16); }),
+          HasSubstr("Image size is out of range"));
+    }
   }
-  const ImagePtr looked(ImageFactory::ProcessSoftwareLUT(&image, table.data(), table.size()));
-  EXPECT_EQ(looked->GetSizeFilled(), 64u);
 }
 
 }  // namespace

@@ -217,6 +217,12 @@ TEST_F(SoftwareLut, IsNotAvailableForSomeFormats) {
               std::string("Process software LUT attempted but unavailable on pixel format ") + name,
               "ProcessSoftwareLUTImpl.cpp", "ProcessSoftwareLUT_NoImpl"));
   }
+  // Asked directly, a descriptor may see no image at all.
+  const std::unique_ptr<IImplementation> descriptor(GetPixelFormat(RGB12));
+  EXPECT_EQ(Thrown<InvalidArgumentException>(
+                [&] { descriptor->ProcessSoftwareLUT(nullptr, table.data(), table.size()); }),
+            Plain("InvalidArgumentException", "Process software LUT not available",
+                  "ProcessSoftwareLUTImpl.cpp", "ProcessSoftwareLUT_NoImpl"));
 }
 
 TEST_F(SoftwareLut, FollowsTheFormatsThatDepartFromTheRule) {
