@@ -1,12 +1,12 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
-// Typed questions to a producer's info commands. T says how many bytes are asked for: bool,
-// int32_t, uint32_t, int64_t, uint64_t, size_t, void*. A null module, device id or buffer throws
-// InvalidArgumentException; a failing producer call throws by its code.
+// Typed questions to the info commands of interfaces and of the devices that they see. T says how
+// many bytes are asked for: uint8_t, uint32_t, int64_t, uint64_t. A null module or device id throws
+// InvalidArgumentException; a failing producer call throws by its code. Frames ask about their
+// buffers themselves (Buffer.h).
 #include <Base/GCString.h>
 
 #include "Orvex/Check.h"
-#include "Orvex/TLDataStream.h"
 #include "Orvex/TLInterface.h"
 
 namespace Orvex {
@@ -34,19 +34,6 @@ T GetInfo(TLInterface* pInterface, GenTL::INTERFACE_INFO_CMD command) {
   GenTL::INFO_DATATYPE type = GenTL::INFO_DATATYPE_UNKNOWN;
   CHECK_GENTL(pInterface->GetInfo(command, &type, &value, &size),
               "Unable to get buffer information", "IFGetInfo");
-  return value;
-}
-
-// Of an announced buffer.
-template <typename T>
-T GetInfo(TLDataStream* pStream, GenTL::BUFFER_HANDLE hBuffer, GenTL::BUFFER_INFO_CMD command) {
-  CHECK_ARG(pStream != nullptr, InvalidArgumentException, "DataStream is null");
-  CHECK_ARG(hBuffer != nullptr, InvalidArgumentException, "Buffer is null");
-  T value{};
-  size_t size = sizeof(T);
-  GenTL::INFO_DATATYPE type = GenTL::INFO_DATATYPE_UNKNOWN;
-  CHECK_GENTL(pStream->GetBufferInfo(hBuffer, command, &type, &value, &size),
-              "Unable to get buffer information", "DSGetBufferInfo");
   return value;
 }
 

@@ -4,9 +4,11 @@
 #include <GenApi/IDestroy.h>
 #include <GenApi/NodeMapFactory.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -56,8 +58,8 @@ void CheckDescriptionLength(size_t length) {
             "Description is too large: " + std::to_string(length) + " bytes");
 }
 
-// Empty when the file cannot be opened.
-std::vector<uint8_t> ReadDescription(TLBase* pModule, const ModuleUrl& url) {
+// None when the file cannot be opened.
+std::optional<std::vector<uint8_t>> ReadDescription(TLBase* pModule, const ModuleUrl& url) {
   std::vector<uint8_t> data;
   if (url.local) {
     CheckDescriptionLength(url.length);
@@ -68,9 +70,8 @@ std::vector<uint8_t> ReadDescription(TLBase* pModule, const ModuleUrl& url) {
     return data;
   }
   std::ifstream file(url.fileName, std::ios::binary | std::ios::ate);
-  if (!file) return data;
-  const std::streamoff length = file.tellg();
-  if (length <= 0) return data;
+  if (!file) return std::nullopt;
+  const std::streamoff length = std::max<std::streamoff>(file.tellg(), 0);
   CheckDescriptionLength(static_cast<size_t>(length));
   data.resize(static_cast<size_t>(length));
   file.seekg(0);
@@ -112,9 +113,9 @@ ModuleUrl ParseModuleUrl(const std::string& url) {
 
 GenApi::INodeMap* InitNodeMap(TLBase* pModule, Port& port) {
   const ModuleUrl url = ParseModuleUrl(GetUrl(pModule));
-  const std::vector<uint8_t> data = ReadDescription(pModule, url);
-  if (data.empty() && !url.local) return nullptr;
-  GenApi::CNodeMapFactory factory(GenApi::ContentType_Xml, data.data(), data.size(),
+  const std::optional<std::vector<uint8_t>> data = ReadDescription(pModule, url);
+  if (!data) return nullptr;
+  GenApi::CNodeMapFactory factory(GenApi::ContentType_Xml, data->data(), data->size(),
                                   GenApi::CacheUsage_Automatic);
   UniqueNodeMap pNodeMap(factory.CreateNodeMap("Device", true));
   pNodeMap->Connect(&port, (url.prefix + "Port").c_str());

@@ -143,7 +143,7 @@ void System::Release() noexcept {
     static_cast<void>(m_pSystem->Close());
     delete m_pSystem;
     m_pSystem = nullptr;
-    CloseImageFactory();
+    if (HasImageFactoryInit()) CloseImageFactory();  // a failed construction did not open it
   } catch (...) {
   }
 }
@@ -192,6 +192,8 @@ void System::EnumerateInterfaces() {
 
 bool System::UpdateInterfaceList(const char* function) {
   bool8_t changed = false;
+  // Kept on purpose: the list of interfaces is waited for without limit, whatever limit the caller
+  // gave for the devices.
   CHECK_GENTL_FN(m_pSystem->UpdateInterfaceList(&changed, GENTL_INFINITE),
                  "Unable to update list of interfaces", "TLUpdateInterfaceList", function);
   return changed;
@@ -344,6 +346,8 @@ IDevice* System::CreateDevice(DeviceInfo info) {
   GenTL::GC_ERROR status =
       pTLInterface->OpenDevice(data.m_id.c_str(), GenTL::DEVICE_ACCESS_CONTROL, &hDevice);
   if (status != 0) {
+    // Kept on purpose: callers get a camera that another application controls without a word, and
+    // ask its "DeviceAccessStatus" what they may do.
     status = pTLInterface->OpenDevice(data.m_id.c_str(), GenTL::DEVICE_ACCESS_READONLY, &hDevice);
   }
   if (status == GenTL::GC_ERR_RESOURCE_IN_USE) {
@@ -380,6 +384,8 @@ void System::DestroyDevice(IDevice* pDevice) {
                     [&](const char* part) { return description.find(part) != std::string::npos; });
     if (!tolerated) throw;
   }
+  // A stop that failed early has left the thread of the image callbacks running.
+  pConcrete->DeregisterAllImageCallbacks();
   if (Interface* pInterface = pConcrete->GetInterface()) pInterface->RemoveDevice(pDevice);
   delete pConcrete;
 }

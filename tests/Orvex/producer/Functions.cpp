@@ -54,13 +54,10 @@ class Call {
   explicit Call(const char* name, const Args&... args) : m_name(name), m_lock(W().mutex) {
     std::string list;
     ((list += (list.empty() ? "" : ", ") + Text(args)), ...);
-    W().calls.push_back(m_name + ("(" + list + ")"));
-    auto& plans = W().plans[name];
-    if (plans.empty()) return;
-    Plan& plan = plans.front();
-    if (plan.skip-- > 0) return;
-    m_planned = plan.status;
-    if (!plan.forever) plans.pop_front();
+    const std::string text = m_name + ("(" + list + ")");
+    W().calls.push_back(text);
+    Consult(W().plans[m_name]);
+    Consult(W().plans[text]);
   }
 
   // The answer: the planned one, or what the work answers.
@@ -72,6 +69,12 @@ class Call {
   std::unique_lock<std::recursive_mutex>& Lock() { return m_lock; }
 
  private:
+  void Consult(std::deque<Plan>& plans) {
+    if (plans.empty() || plans.front().skip-- > 0) return;
+    m_planned = plans.front().status;
+    if (!plans.front().forever) plans.pop_front();
+  }
+
   std::string m_name;
   std::unique_lock<std::recursive_mutex> m_lock;
   std::optional<GC_ERROR> m_planned;

@@ -148,7 +148,8 @@ struct World : Module {
   // One interface with one camera with one stream, all usual features, nothing recorded.
   void Reset();
   Interface& AddInterface(const std::string& id, uint64_t mac, uint32_t ip);
-  // The function's call after `skip` more fails with this status.
+  // The call after `skip` more fails with this status: of the function, or of the function with
+  // those arguments, "DevGetPort" or "DevGetPort(cam0)" as it is recorded.
   void Fail(const std::string& function, GenTL::GC_ERROR status, int skip = 0);
   void FailAlways(const std::string& function, GenTL::GC_ERROR status);
   Device& Camera() { return *interfaces.at(0)->devices.at(0); }

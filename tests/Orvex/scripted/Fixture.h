@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,37 @@ std::string GenTLError(const std::string& exceptionClass, const std::string& lab
 std::string PlainError(const std::string& exceptionClass, const std::string& message,
                        const std::string& place);
 
+// A producer call of an operation, and what becomes of the operation when that call is refused.
+struct Step {
+  std::string call;    // as it is recorded
+  std::string thrown;  // "" when the refusal is passed over; one "*" in it stands for any text
+  // The calls after the refusal. Where they are not given: none when it throws, else the remaining
+  // steps.
+  std::optional<Calls> then = std::nullopt;
+};
+using Steps = std::vector<Step>;
+
+template <typename T>
+std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// A call whose status is checked in the usual form; `gentlName` where that is not the function's.
+Step Checked(const std::string& call, const std::string& whatFailed, const std::string& place,
+             const Calls& then = {}, std::string gentlName = "");
+Step PassedOver(const std::string& call);
+// A port access by a node: the node's name may stand before the port's own message.
+Step PortAccess(const std::string& call, const Calls& then = {});
+
+struct Operation {
+  std::function<void()> prepare;  // over a fresh world, with nothing open
+  std::function<void()> act;
+  Steps steps;  // every call of the way to success, in order, but port reads
+  Steps reads;  // port reads to be refused
+  std::function<void(const Step&)> after;  // what must hold after a refusal
+};
+
 class ScriptedTest : public testing::Test {
  protected:
   ScriptedTest();
@@ -38,10 +70,20 @@ class ScriptedTest : public testing::Test {
   Orvex::Device* OpenCamera();
   void DestroyCamera();
 
+  // Takes the operation through its success and through the refusal of each step.
+  void Drive(const Operation& operation);
+
   // Calls since the last time, without port reads and queries of the last error.
   Calls TakeCalls();
   void ForgetCalls() { static_cast<void>(TakeCalls()); }
 
+  // Closes all and begins with a fresh world.
+  void Restart();
+
+ private:
+  void RefuseEach(const Operation& operation, const Steps& steps, bool recorded);
+
+ protected:
   Scripted::World& m_world;
   Orvex::ISystem* m_pSystem = nullptr;
   Orvex::Device* m_pCamera = nullptr;

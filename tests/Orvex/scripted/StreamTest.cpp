@@ -128,11 +128,6 @@ Calls RevokeCalls(int numBuffers) {
   return calls;
 }
 
-Calls operator+(Calls left, const Calls& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
 using Starting = ScriptedTest;
 
 TEST_F(Starting, CallsTheProducerInOrder) {
