@@ -10,6 +10,8 @@
 #include "gigevision/Bootstrap.h"
 #include "producer/Device.h"
 #include "producer/Limits.h"
+#include "producer/TcpReceiver.h"
+#include "producer/UdpReceiver.h"
 
 namespace OrvexGev {
 
@@ -214,6 +216,17 @@ void DataStream::BufferInfo(const StreamBuffer& buffer, BUFFER_INFO_CMD command,
   buffer.Info(command, query, parent ? parent->TickFrequency() : 0);
 }
 
+uint32_t DataStream::BufferPartCount(const StreamBuffer& buffer) const {
+  const std::lock_guard lock(*m_eventMutex);
+  return buffer.PartCount();
+}
+
+void DataStream::BufferPartInfo(const StreamBuffer& buffer, uint32_t index,
+                                BUFFER_PART_INFO_CMD command, InfoQuery query) const {
+  const std::lock_guard lock(*m_eventMutex);
+  buffer.PartInfo(index, command, query);
+}
+
 void DataStream::BufferChunks(const StreamBuffer& buffer, SINGLE_CHUNK_DATA* chunks,
                               size_t* count) const {
   const std::lock_guard lock(*m_eventMutex);
@@ -249,16 +262,17 @@ ReceiverSettings DataStream::MakeReceiverSettings() {
   return settings;
 }
 
-void DataStream::RequireTransport() const {
-  Require(m_index != sk_tcpStream, GC_ERR_NOT_IMPLEMENTED, "Streaming over TCP is not supported");
+std::shared_ptr<Receiver> DataStream::MakeReceiver(Device& device,
+                                                   const ReceiverSettings& settings) {
   Require(m_index != sk_rdmaStream, GC_ERR_NOT_IMPLEMENTED,
           "Streaming over RDMA is not supported: no RDMA device");
+  if (m_index == sk_tcpStream) return std::make_shared<TcpReceiver>(device, *this, settings);
+  return std::make_shared<UdpReceiver>(device, *this, settings);
 }
 
 void DataStream::Start(ACQ_START_FLAGS flags, uint64_t count) {
   Require(flags == ACQ_START_FLAGS_DEFAULT, GC_ERR_NOT_IMPLEMENTED, "The start flag is unknown");
   Require(count > 0, GC_ERR_INVALID_PARAMETER, "The number of frames is 0");
-  RequireTransport();
   const auto parent = m_parent.lock();
   Require(parent != nullptr, GC_ERR_INVALID_HANDLE, "The device is closed");
   const std::lock_guard control(m_controlMutex);
@@ -269,7 +283,7 @@ void DataStream::Start(ACQ_START_FLAGS flags, uint64_t count) {
   }
   Require(parent->Connected(), GC_ERR_IO, "The camera is not connected");
   const ReceiverSettings settings = MakeReceiverSettings();
-  auto receiver = std::make_shared<StreamReceiver>(*parent, *this, settings);
+  const auto receiver = MakeReceiver(*parent, settings);
   {
     const std::lock_guard lock(*m_eventMutex);
     m_started = m_grabbing = true;
@@ -311,7 +325,7 @@ void DataStream::Stop(ACQ_STOP_FLAGS flags) {
   Require(flags == ACQ_STOP_FLAGS_DEFAULT || flags == ACQ_STOP_FLAGS_KILL, GC_ERR_NOT_IMPLEMENTED,
           "The stop flag is unknown");
   const std::lock_guard control(m_controlMutex);
-  std::shared_ptr<StreamReceiver> receiver;
+  std::shared_ptr<Receiver> receiver;
   {
     const std::lock_guard lock(*m_eventMutex);
     Require(m_started, GC_ERR_RESOURCE_IN_USE, "The stream is not running");
@@ -393,6 +407,10 @@ void DataStream::LeaderSeen(uint64_t) {
 
 void DataStream::RequestResend(const GigEVision::PacketResend& resend) {
   if (const auto parent = m_parent.lock()) parent->Channel()->SendPacketResend(resend);
+}
+
+void DataStream::TransportLost(const std::string& text) {
+  FireError(GC_ERR_IO, text);
 }
 
 void DataStream::SetupResend(uint64_t windowFrames, double frameRate, int64_t width,

@@ -8,8 +8,8 @@
 #include <condition_variable>
 
 #include "producer/EventFrames.h"
+#include "producer/Receiver.h"
 #include "producer/StreamBuffer.h"
-#include "producer/StreamReceiver.h"
 
 namespace OrvexGev {
 
@@ -44,6 +44,9 @@ class DataStream final : public Module, public FrameSink {
   std::shared_ptr<StreamBuffer> BufferOf(const void* handle) const;
   void BufferInfo(const StreamBuffer& buffer, GenTL::BUFFER_INFO_CMD command,
                   InfoQuery query) const;
+  uint32_t BufferPartCount(const StreamBuffer& buffer) const;
+  void BufferPartInfo(const StreamBuffer& buffer, uint32_t index,
+                      GenTL::BUFFER_PART_INFO_CMD command, InfoQuery query) const;
   void BufferChunks(const StreamBuffer& buffer, GenTL::SINGLE_CHUNK_DATA* chunks,
                     size_t* count) const;
 
@@ -70,9 +73,9 @@ class DataStream final : public Module, public FrameSink {
   void Deliver(const FrameTarget& target, const FrameInfo& info) override;
   void LeaderSeen(uint64_t blockId) override;
   void RequestResend(const GigEVision::PacketResend& resend) override;
+  void TransportLost(const std::string& text) override;
 
-  // What start does for the transports that have no receiver here.
-  void RequireTransport() const;
+  std::shared_ptr<Receiver> MakeReceiver(Device& device, const ReceiverSettings& settings);
   bool Converts() const { return m_events != nullptr && m_evsFormat != 0; }
   uint8_t* TakeScratchLocked();
   void FireTrigger(const SensorTrigger& trigger);
@@ -82,7 +85,7 @@ class DataStream final : public Module, public FrameSink {
   ReceiverSettings MakeReceiverSettings();
   uint32_t ReadPacketSize() const;
   void WritePacketSize(uint32_t size);
-  std::shared_ptr<StreamReceiver> Receiver() const;
+  std::shared_ptr<Receiver> CurrentReceiver() const;
   AssemblerStatistics PacketStatistics() const;
   std::string SocketAdvice() const;
 
@@ -92,7 +95,7 @@ class DataStream final : public Module, public FrameSink {
   const std::string m_id;
 
   std::mutex m_controlMutex;
-  std::shared_ptr<StreamReceiver>
+  std::shared_ptr<Receiver>
       m_receiver;  // guarded by m_eventMutex for reading; kept after a stop for its statistics
 
   // Guarded by m_eventMutex.

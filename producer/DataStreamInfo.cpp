@@ -55,13 +55,13 @@ void DataStream::Info(STREAM_INFO_CMD command, InfoQuery query) const {
   }
 }
 
-std::shared_ptr<StreamReceiver> DataStream::Receiver() const {
+std::shared_ptr<Receiver> DataStream::CurrentReceiver() const {
   const std::lock_guard lock(*m_eventMutex);
   return m_receiver;
 }
 
 AssemblerStatistics DataStream::PacketStatistics() const {
-  const auto receiver = Receiver();
+  const auto receiver = CurrentReceiver();
   return receiver ? receiver->Statistics() : AssemblerStatistics();
 }
 
@@ -85,7 +85,7 @@ void DataStream::WritePacketSize(uint32_t size) {
 }
 
 std::string DataStream::SocketAdvice() const {
-  const auto receiver = Receiver();
+  const auto receiver = CurrentReceiver();
   if (!receiver || receiver->BufferGranted() >= receiver->BufferWanted()) return {};
   return "The socket buffer has " + std::to_string(receiver->BufferGranted()) + " of " +
          std::to_string(receiver->BufferWanted()) +
@@ -129,9 +129,10 @@ void DataStream::AddSettings(FeatureTable& table, DataStream* self) {
                 .Expert()
                 .Tip("How packets are taken from the kernel; applies from the next start."));
   table.Add(Feature::Enumeration(
-                "StreamEngine", {{"None", 0}, {"Sockets", 1}, {"Offload", 2}, {"Ring", 3}},
+                "StreamEngine",
+                {{"None", 0}, {"Sockets", 1}, {"Offload", 2}, {"Ring", 3}, {"Tcp", 4}},
                 [self] {
-                  const auto receiver = self->Receiver();
+                  const auto receiver = self->CurrentReceiver();
                   return receiver ? static_cast<int64_t>(receiver->UsedEngine()) : int64_t{0};
                 })
                 .In(reception)
@@ -166,7 +167,7 @@ void DataStream::AddSettings(FeatureTable& table, DataStream* self) {
                 .Tip("Processor core of the receiver thread from the next start, -1 for any."));
   table.Add(Feature::Integer("StreamSocketBufferSize",
                              [self] {
-                               const auto receiver = self->Receiver();
+                               const auto receiver = self->CurrentReceiver();
                                return receiver ? static_cast<int64_t>(receiver->BufferGranted())
                                                : int64_t{0};
                              })
@@ -243,7 +244,7 @@ void DataStream::AddStatistics(FeatureTable& table, DataStream* self) {
   }
   table.Add(Feature::Integer("StreamSocketDropCount",
                              [self] {
-                               const auto receiver = self->Receiver();
+                               const auto receiver = self->CurrentReceiver();
                                return receiver ? static_cast<int64_t>(
                                                      receiver->SourceStats().socketDrops)
                                                : int64_t{0};

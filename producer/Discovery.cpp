@@ -19,7 +19,6 @@ namespace Gev = GigEVision;
 namespace {
 
 constexpr uint32_t sk_limitedBroadcast = 0xFFFFFFFF;
-constexpr uint32_t sk_loopbackNet = 127;
 
 uint16_t FirstRequestId() {
   thread_local std::minstd_rand t_random(std::random_device{}());
@@ -91,7 +90,7 @@ struct Sockets {
 bool BelongsTo(const HostInterface& host, const DeviceRecord& record,
                std::span<const uint32_t> unicast) {
   if (std::ranges::find(unicast, record.ip) != unicast.end()) return true;
-  return host.loopback == (record.ip >> 24 == sk_loopbackNet);
+  return host.loopback == IsLoopback(record.ip);
 }
 
 }  // namespace
@@ -150,7 +149,7 @@ std::vector<DeviceRecord> Discover(const HostInterface& host, std::span<const ui
   return records;
 }
 
-DeviceRecord DiscoverAt(const HostInterface& host, uint32_t ip) {
+std::optional<DeviceRecord> DiscoverAt(const HostInterface& host, uint32_t ip) {
   UdpSocket socket = UdpSocket::Bound({host.ip, 0});
   std::array<uint8_t, Gev::sk_gvcpMaxDatagram> packet;
   const uint16_t id = FirstRequestId();
@@ -169,7 +168,7 @@ DeviceRecord DiscoverAt(const HostInterface& host, uint32_t ip) {
       if (const auto fields = Gev::DecodeDiscoveryAck(ack->payload)) return ToRecord(*fields);
     }
   }
-  throw GcError(GenTL::GC_ERR_IO, "No camera answers at " + AddressText(ip));
+  return std::nullopt;
 }
 
 ForceIpAnswer ForceIpOn(const HostInterface& host, const ForceIpSettings& settings) {

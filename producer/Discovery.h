@@ -31,8 +31,8 @@ struct DeviceRecord {
 std::vector<DeviceRecord> Discover(const HostInterface& host, std::span<const uint32_t> unicast,
                                    std::chrono::milliseconds window);
 
-// One question to one address; throws GC_ERR_IO when nobody answers in time.
-DeviceRecord DiscoverAt(const HostInterface& host, uint32_t ip);
+// One question to one address, repeated; nothing when nobody answers in time.
+std::optional<DeviceRecord> DiscoverAt(const HostInterface& host, uint32_t ip);
 
 struct ForceIpSettings {
   uint64_t mac = 0;

@@ -7,6 +7,35 @@
 using namespace OrvexGev;
 
 namespace GenTL {
+
+namespace {
+
+// Asks one thing after another; a failure stays in its entry and is not the call's.
+template <typename Entry, typename Ask>
+GC_ERROR Stacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, Entry* entries, size_t count,
+                 Ask&& ask) {
+  return Call([&] {
+    const auto stream = Get<DataStream>(hDataStream);
+    const auto buffer = stream->BufferOf(hBuffer);
+    RequirePointer(entries);
+    Require(count != 0, GC_ERR_INVALID_PARAMETER, "No information is asked");
+    const LastError before = ThreadLastError();
+    for (size_t i = 0; i < count; ++i) {
+      Entry& info = entries[i];
+      // The members are packed: they are answered into aligned copies.
+      INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+      size_t size = info.iSize;
+      info.iResult =
+          Guard([&] { ask(*stream, *buffer, info, InfoQuery(&type, info.pBuffer, &size)); });
+      info.iType = type;
+      info.iSize = size;
+    }
+    ThreadLastError() = before;
+  });
+}
+
+}  // namespace
+
 extern "C" {
 
 GC_ERROR DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, void* pPrivate,
@@ -112,48 +141,49 @@ GC_ERROR DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
 
 GC_ERROR DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
                                 DS_BUFFER_INFO_STACKED* pInfoStacked, size_t iNumInfos) {
+  return Stacked(
+      hDataStream, hBuffer, pInfoStacked, iNumInfos,
+      [](const DataStream& stream, const StreamBuffer& buffer, const DS_BUFFER_INFO_STACKED& info,
+         InfoQuery query) { stream.BufferInfo(buffer, info.iInfoCmd, query); });
+}
+
+GC_ERROR DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t* piNumParts) {
   return Call([&] {
     const auto stream = Get<DataStream>(hDataStream);
     const auto buffer = stream->BufferOf(hBuffer);
-    RequirePointer(pInfoStacked);
-    Require(iNumInfos != 0, GC_ERR_INVALID_PARAMETER, "No information is asked");
-    const LastError before = ThreadLastError();
-    for (size_t i = 0; i < iNumInfos; ++i) {
-      DS_BUFFER_INFO_STACKED& info = pInfoStacked[i];
-      // The members are packed: they are answered into aligned copies.
-      INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-      size_t size = info.iSize;
-      const GC_ERROR result = Guard([&] {
-        stream->BufferInfo(*buffer, info.iInfoCmd, InfoQuery(&type, info.pBuffer, &size));
-      });
-      info.iType = type;
-      info.iSize = size;
-      info.iResult = result;
-    }
-    ThreadLastError() = before;
+    RequirePointer(piNumParts);
+    *piNumParts = stream->BufferPartCount(*buffer);
   });
 }
 
-// Multi-part payloads, flows and segments: no buffer of this producer has any.
-static GC_ERROR NoParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
+GC_ERROR DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t iPartIndex,
+                             BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
+                             size_t* piSize) {
+  return Call([&] {
+    const auto stream = Get<DataStream>(hDataStream);
+    stream->BufferPartInfo(*stream->BufferOf(hBuffer), iPartIndex, iInfoCmd,
+                           InfoQuery(piType, pBuffer, piSize));
+  });
+}
+
+GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
+                                    DS_BUFFER_PART_INFO_STACKED* pInfoStacked, size_t iNumInfos) {
+  uint32_t parts = 0;
+  const GC_ERROR error = DSGetNumBufferParts(hDataStream, hBuffer, &parts);
+  if (error != GC_ERR_SUCCESS) return error;
+  return Stacked(hDataStream, hBuffer, pInfoStacked, iNumInfos,
+                 [](const DataStream& stream, const StreamBuffer& buffer,
+                    const DS_BUFFER_PART_INFO_STACKED& info, InfoQuery query) {
+                   stream.BufferPartInfo(buffer, info.iPartIndex, info.iInfoCmd, query);
+                 });
+}
+
+// Flows and segments: no buffer of this producer has any.
+static GC_ERROR NoSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
   return Call([&] {
     Get<DataStream>(hDataStream)->BufferOf(hBuffer);
     InfoQuery::NoData();
   });
-}
-
-GC_ERROR DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t*) {
-  return NoParts(hDataStream, hBuffer);
-}
-
-GC_ERROR DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t,
-                             BUFFER_PART_INFO_CMD, INFO_DATATYPE*, void*, size_t*) {
-  return NoParts(hDataStream, hBuffer);
-}
-
-GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
-                                    DS_BUFFER_PART_INFO_STACKED*, size_t) {
-  return NoParts(hDataStream, hBuffer);
 }
 
 GC_ERROR DSGetNumFlows(DS_HANDLE hDataStream, uint32_t*) {
@@ -172,12 +202,12 @@ GC_ERROR DSGetFlowInfo(DS_HANDLE hDataStream, uint32_t, FLOW_INFO_CMD, INFO_DATA
 }
 
 GC_ERROR DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t*) {
-  return NoParts(hDataStream, hBuffer);
+  return NoSegments(hDataStream, hBuffer);
 }
 
 GC_ERROR DSGetBufferSegmentInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t,
                                 SEGMENT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) {
-  return NoParts(hDataStream, hBuffer);
+  return NoSegments(hDataStream, hBuffer);
 }
 
 GC_ERROR DSWaitForNextLeader(DS_HANDLE hDataStream, uint64_t timeoutMs) {

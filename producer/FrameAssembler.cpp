@@ -17,11 +17,12 @@ constexpr size_t sk_smallestData =
 constexpr int64_t sk_restartDistance = 1000;  // block ids; farther back is a camera that began anew
 constexpr auto sk_restartPause = 1s;
 
-// Bytes of an image, 0 when the format has no size.
-uint64_t ImageBytes(const Gev::ImageFields& image, uint64_t lines) {
-  const uint64_t bits = image.pixelFormat >> 16 & 0xFF;
-  if (image.paddingX == 0) return (uint64_t{image.sizeX} * lines * bits + 7) / 8 + image.paddingY;
-  return ((uint64_t{image.sizeX} * bits + 7) / 8 + image.paddingX) * lines + image.paddingY;
+bool SamePlaces(const FrameInfo& a, const FrameInfo& b) {
+  return a.partCount == b.partCount && a.chunkOffset == b.chunkOffset &&
+         std::equal(a.parts.begin(), a.parts.begin() + static_cast<ptrdiff_t>(a.partCount),
+                    b.parts.begin(), [](const FramePart& left, const FramePart& right) {
+                      return left.offset == right.offset;
+                    });
 }
 
 }  // namespace
@@ -212,26 +213,10 @@ void FrameAssembler::OnLeader(Slot& slot, const Gev::PacketHeader& header,
 }
 
 void FrameAssembler::ApplyLeader(Slot& slot, const Gev::Leader& leader) {
-  FrameInfo& info = slot.info;
-  info.hasLeader = true;
-  info.wireType = leader.payloadType;
-  info.timestamp = leader.timestamp;
-  info.pixelFormat = leader.image.pixelFormat;
-  info.width = leader.image.sizeX;
-  info.height = info.deliveredHeight = leader.image.sizeY;
-  info.offsetX = leader.image.offsetX;
-  info.offsetY = leader.image.offsetY;
-  info.paddingX = leader.image.paddingX;
-  info.paddingY = leader.image.paddingY;
-  const size_t length = std::min(leader.fileName.size(), info.fileName.size() - 1);
-  std::copy_n(leader.fileName.begin(), length, info.fileName.begin());
-  slot.expected = leader.payloadSize;
-  if (leader.Type() == Gev::PayloadType::Image && !leader.HasChunks() &&
-      !IsCompressedFormat(leader.image.pixelFormat)) {
-    slot.expected = ImageBytes(leader.image, leader.image.sizeY);
-  }
+  slot.expected = TakeLeader(slot.info, leader);
+  if (slot.placedByGuess && !SamePlaces(slot.info, m_lastGeometry)) slot.overrun = true;
   m_newestTimestamp = std::max(m_newestTimestamp, leader.timestamp);
-  m_lastGeometry = info;
+  m_lastGeometry = slot.info;
 }
 
 void FrameAssembler::OnTrailer(Slot& slot, const Gev::PacketHeader& header,
@@ -248,18 +233,7 @@ void FrameAssembler::OnTrailer(Slot& slot, const Gev::PacketHeader& header,
   slot.trailer = true;
   slot.trailerId = m_lastTrailerId = header.packetId;
   slot.overrun = header.status == Gev::Status::DataOverrun;
-  ApplyTrailer(slot, *trailer);
-}
-
-void FrameAssembler::ApplyTrailer(Slot& slot, const Gev::Trailer& trailer) {
-  FrameInfo& info = slot.info;
-  if (trailer.HasChunkLength()) {
-    info.chunkSize = trailer.chunkLength;
-    info.chunkLayoutId = trailer.chunkLayoutId;
-  }
-  const Gev::PayloadType type = trailer.Type();
-  if (type == Gev::PayloadType::Image || type == Gev::PayloadType::ExtendedChunk)
-    info.deliveredHeight = trailer.sizeY;
+  TakeTrailer(slot.info, *trailer);
 }
 
 void FrameAssembler::OnData(Slot& slot, const Gev::PacketHeader& header,
@@ -270,6 +244,7 @@ void FrameAssembler::OnData(Slot& slot, const Gev::PacketHeader& header,
     ++m_statistics.malformedPackets;
     return;
   }
+  if (TellsItsPlace(header.format)) return OnPlacedData(slot, header, content);
   if (content.size() > slot.dataPerPacket) {
     // The camera rounded the packet size up: the first packet of a frame tells. Later ones cannot
     // move what is placed.
@@ -284,6 +259,21 @@ void FrameAssembler::OnData(Slot& slot, const Gev::PacketHeader& header,
   Store(slot, uint64_t{header.packetId - 1} * slot.dataPerPacket, content);
 }
 
+// Before the leader of its frame has come, the parts of the last one tell the place.
+void FrameAssembler::OnPlacedData(Slot& slot, const Gev::PacketHeader& header,
+                                  std::span<const uint8_t> content) {
+  const size_t size = content.size() - std::min(content.size(), Gev::sk_zoneHeaderSize);
+  const auto place =
+      PlaceOf(slot.info.hasLeader ? slot.info : m_lastGeometry, header.format, content, size);
+  if (!place) {
+    ++m_statistics.malformedPackets;
+    return;
+  }
+  if (!MarkPacket(slot, header.packetId, header, slot.last)) return;
+  slot.placedByGuess = slot.placedByGuess || !slot.info.hasLeader;
+  Store(slot, *place, content.last(size));
+}
+
 void FrameAssembler::OnAllIn(Slot& slot, const Gev::PacketHeader& header,
                              std::span<const uint8_t> content) {
   if (Gev::IsError(header.status)) return OnRefusal(slot, header);
@@ -295,7 +285,7 @@ void FrameAssembler::OnAllIn(Slot& slot, const Gev::PacketHeader& header,
   if (!MarkPacket(slot, 0, header, slot.last)) return;
   ApplyLeader(slot, all->leader);
   m_sink.LeaderSeen(slot.id);
-  ApplyTrailer(slot, all->trailer);
+  TakeTrailer(slot.info, all->trailer);
   slot.trailer = true;
   slot.trailerId = 0;
   Store(slot, 0, all->data);
@@ -340,6 +330,8 @@ void FrameAssembler::Finish(Slot& slot) {
     borrowed.newData = true;
     borrowed.incomplete = true;
     borrowed.hasLeader = false;
+    borrowed.hasTrailer = info.hasTrailer;
+    if (info.hasTrailer) borrowed.deliveredHeight = info.deliveredHeight;
     borrowed.largerThanBuffer = info.largerThanBuffer;
     borrowed.blockId = info.blockId;
     borrowed.timestamp = 0;
@@ -348,8 +340,7 @@ void FrameAssembler::Finish(Slot& slot) {
     borrowed.chunkLayoutId = info.chunkLayoutId;
     info = borrowed;
   }
-  info.dataSize = static_cast<size_t>(info.chunkSize != 0 ? info.chunkSize : slot.expected);
-  if (info.dataSize == 0) info.dataSize = static_cast<size_t>(slot.sent);
+  info.dataSize = DataSizeOf(info, slot.expected, slot.sent);
   const uint32_t packets =
       slot.trailer ? slot.trailerId + 1 : std::max(slot.next, m_lastTrailerId + 1);
   m_statistics.lostPackets += packets - std::min(packets, slot.received);

@@ -8,6 +8,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "gigevision/Gvsp.h"
@@ -32,6 +33,8 @@ class FrameSink {
   virtual void Deliver(const FrameTarget& target, const FrameInfo& info) = 0;
   virtual void LeaderSeen(uint64_t blockId) = 0;
   virtual void RequestResend(const GigEVision::PacketResend& resend) = 0;
+  // Nothing more will come until the stream is started anew.
+  virtual void TransportLost(const std::string& /*text*/) {}
 };
 
 struct AssemblerSettings {
@@ -102,11 +105,12 @@ class FrameAssembler {
   void OnTrailer(Slot& slot, const GigEVision::PacketHeader& header,
                  std::span<const uint8_t> content);
   void OnData(Slot& slot, const GigEVision::PacketHeader& header, std::span<const uint8_t> content);
+  void OnPlacedData(Slot& slot, const GigEVision::PacketHeader& header,
+                    std::span<const uint8_t> content);
   void OnAllIn(Slot& slot, const GigEVision::PacketHeader& header,
                std::span<const uint8_t> content);
   void OnRefusal(Slot& slot, const GigEVision::PacketHeader& header);
   void ApplyLeader(Slot& slot, const GigEVision::Leader& leader);
-  void ApplyTrailer(Slot& slot, const GigEVision::Trailer& trailer);
   void Store(Slot& slot, uint64_t offset, std::span<const uint8_t> data);
 
   bool Complete(const Slot& slot) const;

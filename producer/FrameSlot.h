@@ -31,8 +31,9 @@ struct FrameAssembler::Slot {
   uint32_t asked = 0;       // packets, repetitions included
   size_t dataPerPacket = 0;
   bool hasData = false;
-  uint64_t sent = 0;      // data bytes that arrived, also those that did not fit
-  uint64_t expected = 0;  // data bytes as the leader announces them, 0 when it does not
+  bool placedByGuess = false;  // by the parts of the frame before, for want of the leader
+  uint64_t sent = 0;           // data bytes that arrived, also those that did not fit
+  uint64_t expected = 0;       // data bytes as the leader announces them, 0 when it does not
   Clock::time_point last{};
   Gap tail;  // from next to the end
   bool refusedTail = false;
@@ -58,7 +59,7 @@ struct FrameAssembler::Slot {
     id = 0;
     target = {};
     info = {};
-    trailer = overrun = hasData = refusedTail = false;
+    trailer = overrun = hasData = placedByGuess = refusedTail = false;
     trailerId = next = received = refusedEnd = asked = 0;
     sent = expected = 0;
     tail = {};

@@ -115,6 +115,10 @@ std::optional<DeviceRecord> Interface::FindListed(const std::string& id) const {
 
 DeviceRecord Interface::FindDevice(const std::string& id) {
   if (const auto listed = FindListed(id)) return *listed;
+  if (const auto ip = ParseAddress(id); ip && m_host.loopback == IsLoopback(*ip)) {
+    // An address can be asked itself, also behind a router.
+    if (auto record = DiscoverAt(m_host, *ip)) return *record;
+  }
   UpdateDeviceList(std::chrono::milliseconds(sk_discoveryWindow).count());
   const auto listed = FindListed(id);
   Require(listed.has_value(), GC_ERR_INVALID_ID, "There is no device with this id");
@@ -178,9 +182,9 @@ void Interface::Forget(const Device& device) {
   std::erase_if(m_open, [&](const auto& entry) { return entry.second.get() == &device; });
 }
 
-GC_ERROR Interface::ForceIp(const ForceIpSettings& settings) {
-  return ForceIpOn(m_host, settings) == ForceIpAnswer::Refused ? GC_ERR_ACCESS_DENIED
-                                                               : GC_ERR_SUCCESS;
+void Interface::ForceIp(const ForceIpSettings& settings) {
+  Require(ForceIpOn(m_host, settings) != ForceIpAnswer::Refused, GC_ERR_ACCESS_DENIED,
+          "The camera refuses to change its address");
 }
 
 void Interface::AddUnicast(uint32_t ip) {

@@ -35,7 +35,7 @@ class Interface final : public Module {
 
   GenTL::DEVICE_ACCESS_STATUS AccessStatus(const DeviceRecord& record) const;
 
-  GenTL::GC_ERROR ForceIp(const ForceIpSettings& settings);
+  void ForceIp(const ForceIpSettings& settings);
   // Addresses in host order.
   void AddUnicast(uint32_t ip);
   void RemoveUnicast(uint32_t ip);

@@ -140,8 +140,7 @@ void Interface::AddDeviceFeatures(FeatureTable& table, Interface* self) {
                                  settings.mask = static_cast<uint32_t>(self->m_forceMask);
                                  settings.gateway = static_cast<uint32_t>(self->m_forceGateway);
                                }
-                               Require(self->ForceIp(settings) == GC_ERR_SUCCESS,
-                                       GC_ERR_ACCESS_DENIED, "The camera refuses the address");
+                               self->ForceIp(settings);
                              })
                 .In(list)
                 .Expert());

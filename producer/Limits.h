@@ -55,5 +55,9 @@ inline constexpr size_t sk_maxActiveFrames = 16;  // frames being filled at once
 inline constexpr size_t sk_maxGapsPerFrame =
     256;  // open ranges of missing packets; more are merged
 inline constexpr size_t sk_maxChunks = 4096;
+inline constexpr size_t sk_maxFrameParts = 32;  // of a multi-part frame, as told to the consumer
+
+// Streams over TCP.
+inline constexpr auto sk_tcpOpenTimeout = 2000ms;  // connection and greetings together
 
 }  // namespace OrvexGev

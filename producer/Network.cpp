@@ -118,6 +118,12 @@ std::string AddressText(uint32_t ip) {
   return text;
 }
 
+std::optional<uint32_t> ParseAddress(const std::string& text) {
+  in_addr address{};
+  if (inet_pton(AF_INET, text.c_str(), &address) != 1) return std::nullopt;
+  return ntohl(address.s_addr);
+}
+
 UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
   if (this != &other) {
     Reset();

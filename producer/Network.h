@@ -35,6 +35,10 @@ struct HostInterface {
 std::vector<HostInterface> ListHostInterfaces();
 
 std::string AddressText(uint32_t ip);
+std::optional<uint32_t> ParseAddress(const std::string& text);
+constexpr bool IsLoopback(uint32_t ip) {
+  return ip >> 24 == 127;
+}
 
 class UniqueFd {
  public:

@@ -10,7 +10,7 @@
 
 namespace OrvexGev {
 
-enum class Engine : int64_t { Automatic = 0, Sockets = 1, Offload = 2, Ring = 3 };
+enum class Engine : int64_t { Automatic = 0, Sockets = 1, Offload = 2, Ring = 3, Tcp = 4 };
 
 class PacketHandler {
  public:

@@ -25,6 +25,18 @@ uint8_t* Allocate(size_t size) {
   return static_cast<uint8_t*>(memory);
 }
 
+uint64_t GenTlPartType(Gev::PartType type) {
+  switch (type) {
+    case Gev::PartType::Jpeg:
+      return PART_DATATYPE_JPEG;
+    case Gev::PartType::Jpeg2000:
+      return PART_DATATYPE_JPEG2000;
+    default:  // both count alike up to the confidence map
+      return type <= Gev::PartType::ConfidenceMap ? static_cast<uint64_t>(type)
+                                                  : uint64_t{PART_DATATYPE_UNKNOWN};
+  }
+}
+
 // In two parts, so that nothing overflows before the result itself does.
 uint64_t Nanoseconds(uint64_t ticks, uint64_t frequency) {
   constexpr uint64_t second = 1000000000;
@@ -88,11 +100,14 @@ void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickF
       f.newData && (type == PAYLOAD_TYPE_IMAGE || type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK);
   const bool compressed = f.newData && (type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE ||
                                         type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK);
+  const bool multiPart = f.newData && type == PAYLOAD_TYPE_MULTI_PART;
   const bool chunks =
-      f.newData && (Gev::HasChunkMode(f.wireType) || type == PAYLOAD_TYPE_CHUNK_DATA ||
-                    type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK ||
-                    type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK);
+      f.newData &&
+      ((multiPart && f.chunkSize != 0) || Gev::HasChunkMode(f.wireType) ||
+       type == PAYLOAD_TYPE_CHUNK_DATA || type == PAYLOAD_TYPE_ORVEX_IMAGE_EXTENDED_CHUNK ||
+       type == PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK);
   const auto geometry = [&](size_t value) {
+    if (multiPart) InfoQuery::NoData();  // each part has its own
     return image || compressed ? query.Size(value) : InfoQuery::NotAvailable();
   };
   switch (command) {
@@ -127,18 +142,20 @@ void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickF
     case BUFFER_INFO_XPADDING:
       return geometry(f.paddingX);
     case BUFFER_INFO_YPADDING:
-      return geometry(f.paddingY);
+      return multiPart ? InfoQuery::NotAvailable() : geometry(f.paddingY);
     case BUFFER_INFO_FRAMEID:
       return query.UInt64(f.blockId);
     case BUFFER_INFO_IMAGEPRESENT:
       return query.Bool(image);
     case BUFFER_INFO_IMAGEOFFSET:
-      return geometry(0);
+      return multiPart ? InfoQuery::NotAvailable() : geometry(0);
     case BUFFER_INFO_PAYLOADTYPE:
       return query.Size(type);
     case BUFFER_INFO_PIXELFORMAT:
+      if (multiPart) InfoQuery::NoData();
       return f.pixelFormat == 0 ? InfoQuery::NotAvailable() : query.UInt64(f.pixelFormat);
     case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
+      if (multiPart) InfoQuery::NoData();
       return query.UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
     case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
       return geometry(f.deliveredHeight);
@@ -166,19 +183,71 @@ void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickF
   }
 }
 
+uint32_t StreamBuffer::PartCount() const {
+  const bool multiPart =
+      frame.newData && GenTlPayloadType(frame.wireType) == PAYLOAD_TYPE_MULTI_PART;
+  if (!multiPart) InfoQuery::NoData();
+  return static_cast<uint32_t>(frame.partCount);
+}
+
+void StreamBuffer::PartInfo(uint32_t index, BUFFER_PART_INFO_CMD command, InfoQuery query) const {
+  Require(index < PartCount(), GC_ERR_INVALID_INDEX, "The buffer has no part with this index");
+  const FramePart& part = frame.parts[index];
+  const Gev::ImageFields& image = part.part.image;
+  const bool jpeg =
+      part.part.type == Gev::PartType::Jpeg || part.part.type == Gev::PartType::Jpeg2000;
+  const auto geometry = [&](size_t value) {
+    return jpeg ? InfoQuery::NotAvailable() : query.Size(value);
+  };
+  switch (command) {
+    case BUFFER_PART_INFO_BASE:
+      return query.Pointer(m_base + std::min(part.offset, m_size));
+    case BUFFER_PART_INFO_DATA_SIZE:
+      return query.Size(std::min(part.sent, m_size - std::min(part.offset, m_size)));
+    case BUFFER_PART_INFO_DATA_TYPE:
+      return query.Size(GenTlPartType(part.part.type));
+    case BUFFER_PART_INFO_DATA_FORMAT:
+      return query.UInt64(image.pixelFormat);
+    case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:
+      return query.UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
+    case BUFFER_PART_INFO_WIDTH:
+      return geometry(image.sizeX);
+    case BUFFER_PART_INFO_HEIGHT:
+      return geometry(image.sizeY);
+    case BUFFER_PART_INFO_XOFFSET:
+      return geometry(image.offsetX);
+    case BUFFER_PART_INFO_YOFFSET:
+      return geometry(image.offsetY);
+    case BUFFER_PART_INFO_XPADDING:
+      return geometry(image.paddingX);
+    case BUFFER_PART_INFO_SOURCE_ID:
+      return query.UInt64(part.part.sourceId);
+    case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
+      return geometry(part.deliveredHeight);
+    case BUFFER_PART_INFO_REGION_ID:
+      return query.UInt64(part.part.regionId);
+    case BUFFER_PART_INFO_DATA_PURPOSE_ID:
+      return query.UInt64(part.part.purposeId);
+    default:
+      InfoQuery::NotImplemented();
+  }
+}
+
 void StreamBuffer::Chunks(SINGLE_CHUNK_DATA* chunks, size_t* count) const {
   Require(count != nullptr, GC_ERR_INVALID_PARAMETER,
           "The pointer to the number of chunks is null");
   const bool present = frame.newData && frame.chunkSize != 0;
   Require(present, GC_ERR_NO_DATA, "The buffer contains no chunk data");
-  Require(frame.chunkSize <= m_size && !frame.incomplete, GC_ERR_PARSING_CHUNK_DATA,
-          "The chunk data is not whole");
-  Gev::ChunkWalker walker(std::span<const uint8_t>(m_base, frame.chunkSize));
+  Require(frame.chunkOffset <= m_size && frame.chunkSize <= m_size - frame.chunkOffset &&
+              !frame.incomplete,
+          GC_ERR_PARSING_CHUNK_DATA, "The chunk data is not whole");
+  Gev::ChunkWalker walker(std::span<const uint8_t>(m_base + frame.chunkOffset, frame.chunkSize));
   std::vector<SINGLE_CHUNK_DATA> found;
   while (const auto chunk = walker.Next()) {
     Require(found.size() < sk_maxChunks, GC_ERR_PARSING_CHUNK_DATA,
             "The buffer has too many chunks");
-    found.push_back({chunk->id, static_cast<ptrdiff_t>(chunk->offset), chunk->data.size()});
+    found.push_back(
+        {chunk->id, static_cast<ptrdiff_t>(frame.chunkOffset + chunk->offset), chunk->data.size()});
   }
   Require(walker.Valid(), GC_ERR_PARSING_CHUNK_DATA, "The chunk layout cannot be parsed");
   if (chunks != nullptr) {

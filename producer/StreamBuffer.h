@@ -36,6 +36,8 @@ class StreamBuffer final : public Module {
 
   // With the stream's mutex held.
   void Info(GenTL::BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickFrequency) const;
+  uint32_t PartCount() const;
+  void PartInfo(uint32_t index, GenTL::BUFFER_PART_INFO_CMD command, InfoQuery query) const;
   void Chunks(GenTL::SINGLE_CHUNK_DATA* chunks, size_t* count) const;
 
   Place place = Place::Unqueued;

@@ -43,7 +43,9 @@ TEST(Interfaces, LoopbackIsKnownWithItsWholeSubnet) {
 
 TEST(Discovery, UnderstandsEveryFieldOfAnAnswer) {
   ScriptedCamera camera(sk_address);
-  const DeviceRecord record = DiscoverAt(Loopback(), sk_ip);
+  const auto answer = DiscoverAt(Loopback(), sk_ip);
+  ASSERT_TRUE(answer);
+  const DeviceRecord& record = *answer;
   EXPECT_EQ(record.id, "GEV_021122334455");
   EXPECT_EQ(record.mac, 0x021122334455u);
   EXPECT_EQ(record.vendor, "Maker");
@@ -92,14 +94,20 @@ TEST(Discovery, ForceIpLaysOutItsAddressesAsTheStandardSays) {
   // A listener on the broadcast address of loopback.
   Bytes seen;
   std::mutex mutex;
-  {
+  for (const bool refuse : {false, true}) {
     ScriptedPeer listener("127.255.255.255", [&](const Bytes& request, const auto& reply) {
       const std::lock_guard lock(mutex);
       seen = request;
-      reply({0, 0, 0, 5, 0, 0, request[6], request[7]});
+      const uint8_t high = refuse ? 0x80 : 0, low = refuse ? 0x06 : 0;
+      reply({high, low, 0, 5, 0, 0, request[6], request[7]});
     });
-    ForceIpOn(Loopback(),
-              {0x0000A1B2C3D4E5F6 & 0xFFFFFFFFFFFF, 0x0A000001, 0xFFFFFF00, 0x0A0000FE});
+    const auto system = System::Create();
+    const auto interface = system->OpenInterface("lo");
+    EXPECT_EQ(Guard([&] {
+                interface->ForceIp({0xA1B2C3D4E5F6, 0x0A000001, 0xFFFFFF00, 0x0A0000FE});
+              }),
+              refuse ? GC_ERR_ACCESS_DENIED : GC_ERR_SUCCESS);
+    system->Close();
   }
   ASSERT_EQ(seen.size(), 64u);
   EXPECT_EQ(seen[3], 0x04);

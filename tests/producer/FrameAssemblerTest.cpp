@@ -9,6 +9,7 @@
 #include <map>
 
 #include "Packets.h"
+#include "producer/StreamBuffer.h"
 
 namespace OrvexGev {
 namespace {
@@ -434,6 +435,101 @@ TEST_F(Assembler, TakesAFrameThatComesInOnePacket) {
   EXPECT_FALSE(delivered[0].info.incomplete);
   EXPECT_EQ(delivered[0].info.filled, 32u);
   EXPECT_EQ(delivered[0].bytes[31], 0x77);
+}
+
+// Two parts of 96 and 40 bytes and a chunk part of 16; the leader may be lost at first.
+TEST_F(Assembler, PutsThePartsOfAFrameOneBehindTheOther) {
+  stream.extended = true;
+  const auto part = [](Bytes& out, uint16_t type, uint64_t length, uint32_t width) {
+    Packets::Put(out, type, 2), Packets::Put(out, length, 6);
+    Packets::Put(out, 0x01080001, 4), Packets::Put(out, 0, 2);
+    out.push_back(7), out.push_back(0);                    // source, zones
+    Packets::Put(out, 0, 4);                               // directions
+    Packets::Put(out, 4, 2), Packets::Put(out, 9, 2);      // purpose, region
+    Packets::Put(out, width, 4), Packets::Put(out, 4, 4);  // sizes
+    Packets::Put(out, 1, 4), Packets::Put(out, 2, 4);      // offsets
+    Packets::Put(out, 0, 8);                               // paddings, reserved
+  };
+  const auto piece = [this](uint64_t block, uint32_t packet, uint8_t id, uint64_t offset,
+                            size_t count) {
+    Bytes out = stream.Header(block, static_cast<Packets::Format>(7), packet);
+    out.push_back(id), out.push_back(0);
+    Packets::Put(out, offset, 6);
+    out.insert(out.end(), count, static_cast<uint8_t>(packet));
+    return out;
+  };
+  Build();
+  for (const uint64_t block : {1, 2}) {
+    Bytes leader = stream.Header(block, Packets::Leader, 0);
+    Packets::Put(leader, 10, 4), Packets::Put(leader, 77, 8);
+    part(leader, 1, 96, 24), part(leader, 0x000B, 40, 10), part(leader, 10, 16, 0);
+    Bytes trailer = stream.Header(block, Packets::Trailer, 6);
+    Packets::Put(trailer, 10, 4);
+    for (const auto& [type, length] : {std::pair{1, 96}, {11, 33}, {10, 16}})
+      Packets::Put(trailer, static_cast<uint64_t>(type), 2),
+          Packets::Put(trailer, static_cast<uint64_t>(length), 6),
+          Packets::Put(trailer, uint64_t{4} << 32, 8);
+    if (block == 1) Send(leader);
+    Send(piece(block, 1, 0, 0, 48));
+    Send(piece(block, 3, 1, 0, 33));
+    Send(piece(block, 2, 0, 48, 48));
+    Send(piece(block, 4, 2, 0, 16));
+    Send(piece(block, 5, 0, 90, 7));  // over the end of its part
+    Send(piece(block, 5, 3, 0, 1));   // no such part
+    Send(piece(block, 5, 1, 39, 1));
+    Send(trailer);
+    if (block == 2) Send(leader);
+  }
+  ASSERT_EQ(delivered.size(), 2u);
+  EXPECT_EQ(Statistics().malformedPackets, 4u);
+  for (const Delivered& frame : delivered) {
+    EXPECT_FALSE(frame.info.incomplete);
+    ASSERT_EQ(frame.info.partCount, 2u);
+    EXPECT_EQ(frame.info.dataSize, 152u);
+    EXPECT_EQ(frame.info.chunkOffset, 136u);
+    EXPECT_EQ(frame.info.chunkSize, 16u);
+    EXPECT_EQ(frame.info.parts[1].offset, 96u);
+    EXPECT_EQ(frame.info.parts[1].sent, 33u);
+    for (const auto& [at, value] : {std::pair{0, 1},
+                                    {47, 1},
+                                    {48, 2},
+                                    {95, 2},
+                                    {96, 3},
+                                    {128, 3},
+                                    {135, 5},
+                                    {136, 4},
+                                    {151, 4}})
+      EXPECT_EQ(frame.bytes[static_cast<size_t>(at)], value) << at;
+  }
+  StreamBuffer buffer(nullptr, delivered[0].bytes.data(), delivered[0].bytes.size(), nullptr);
+  buffer.frame = delivered[0].info;
+  ASSERT_EQ(buffer.PartCount(), 2u);
+  const auto ask = [&](uint32_t index, GenTL::BUFFER_PART_INFO_CMD command) {
+    uint64_t value = 0;
+    size_t size = sizeof value;
+    GenTL::INFO_DATATYPE type;
+    buffer.PartInfo(index, command, InfoQuery(&type, &value, &size));
+    return value;
+  };
+  using namespace GenTL;
+  const struct {
+    uint32_t part;
+    BUFFER_PART_INFO_CMD command;
+    uint64_t value;
+  } rows[] = {{0, BUFFER_PART_INFO_DATA_TYPE, 1},
+              {1, BUFFER_PART_INFO_DATA_TYPE, PART_DATATYPE_JPEG},
+              {1, BUFFER_PART_INFO_BASE, reinterpret_cast<uint64_t>(buffer.Base()) + 96},
+              {1, BUFFER_PART_INFO_DATA_SIZE, 33},
+              {0, BUFFER_PART_INFO_WIDTH, 24},
+              {0, BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT, 4},
+              {0, BUFFER_PART_INFO_YOFFSET, 2},
+              {0, BUFFER_PART_INFO_DATA_FORMAT, 0x01080001},
+              {0, BUFFER_PART_INFO_SOURCE_ID, 7},
+              {0, BUFFER_PART_INFO_DATA_PURPOSE_ID, 4},
+              {0, BUFFER_PART_INFO_REGION_ID, 9}};
+  for (const auto& row : rows) EXPECT_EQ(ask(row.part, row.command), row.value) << row.command;
+  EXPECT_EQ(Guard([&] { ask(2, BUFFER_PART_INFO_BASE); }), GC_ERR_INVALID_INDEX);
+  EXPECT_EQ(Guard([&] { ask(1, BUFFER_PART_INFO_WIDTH); }), GC_ERR_NOT_AVAILABLE);
 }
 
 TEST_F(Assembler, AdoptsTheDataSizeOfACameraThatRoundedItUp) {

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "producer/StreamReceiver.h"
+#include "producer/UdpReceiver.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <pthread.h>
-#include <sched.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -42,14 +40,14 @@ bool IsMulticast(uint32_t ip) {
 
 }  // namespace
 
-StreamReceiver::StreamReceiver(Device& device, FrameSink& sink, const ReceiverSettings& settings)
-    : m_device(device), m_sink(sink), m_settings(settings) {}
+UdpReceiver::UdpReceiver(Device& device, FrameSink& sink, const ReceiverSettings& settings)
+    : Receiver(settings), m_device(device), m_sink(sink) {}
 
-StreamReceiver::~StreamReceiver() {
+UdpReceiver::~UdpReceiver() {
   Stop(true);
 }
 
-void StreamReceiver::OpenSocket() {
+void UdpReceiver::OpenSocket() {
   m_socket = UdpSocket::Bound({m_device.Host().ip, 0});
   // The kernel counts its own bookkeeping per packet as well, about as much again for 1500-byte
   // packets.
@@ -76,7 +74,7 @@ static UdpSocket JoinMulticast(ControlChannel& channel, const HostInterface& hos
   return socket;
 }
 
-bool StreamReceiver::TestPacketArrives(uint32_t sizeRegister, size_t size) {
+bool UdpReceiver::TestPacketArrives(uint32_t sizeRegister, size_t size) {
   std::vector<uint8_t> datagram(sk_maxPacketBytes);
   for (int attempt = 0; attempt < sk_testPacketAttempts; ++attempt) {
     m_device.Channel()->WriteRegister(StreamReg(Reg::Stream::Scps),
@@ -93,7 +91,7 @@ bool StreamReceiver::TestPacketArrives(uint32_t sizeRegister, size_t size) {
 
 // Tries the largest sizes first. Without any test packet the camera does not offer them, and its
 // own size stays.
-void StreamReceiver::NegotiatePacketSize(uint32_t current) {
+void UdpReceiver::NegotiatePacketSize(uint32_t current) {
   ControlChannel& channel = *m_device.Channel();
   const uint32_t flags = (current & Reg::sk_scpsBigEndian) | Reg::sk_scpsDoNotFragment;
   const uint32_t limit = std::min(m_device.Host().mtu & ~3u, sk_largestTriedPacketSize);
@@ -112,7 +110,7 @@ void StreamReceiver::NegotiatePacketSize(uint32_t current) {
   channel.WriteRegister(StreamReg(Reg::Stream::Scps), current & ~Reg::sk_scpsFireTestPacket);
 }
 
-void StreamReceiver::OpenChannel() {
+void UdpReceiver::OpenChannel() {
   ControlChannel& channel = *m_device.Channel();
   if (!m_device.Controls()) {
     m_socket = JoinMulticast(channel, m_device.Host());
@@ -151,7 +149,7 @@ void StreamReceiver::OpenChannel() {
 // On loopback the kernel hands over whole trains of packets, which no ring can beat. Elsewhere the
 // ring saves most of the work per packet, at the price of up to a millisecond, so that it is for
 // streams that have many.
-void StreamReceiver::PickEngine() {
+void UdpReceiver::PickEngine() {
   const HostInterface& host = m_device.Host();
   const double rate = m_settings.frameRate * static_cast<double>(m_settings.frameBytes);
   const bool ring = m_settings.engine == Engine::Ring || (m_settings.engine == Engine::Automatic &&
@@ -168,7 +166,7 @@ void StreamReceiver::PickEngine() {
   m_engine = m_source->Kind();
 }
 
-void StreamReceiver::Start() {
+void UdpReceiver::Start() {
   OpenSocket();
   try {
     OpenChannel();
@@ -184,32 +182,14 @@ void StreamReceiver::Start() {
     settings.largestBuffer = m_settings.frameBytes;
     settings.bigEndianPixels = m_bigEndianPixels;
     m_assembler = std::make_unique<FrameAssembler>(settings, m_sink);
-    m_thread = std::thread([this] { Run(); });
+    Launch([](Receiver& self) { static_cast<UdpReceiver&>(self).Run(); });
   } catch (...) {
     Stop(true);
     throw;
   }
-  pthread_setname_np(m_thread.native_handle(), "gev-stream");
-  m_threadAsAsked = PlaceThread();
 }
 
-bool StreamReceiver::PlaceThread() {
-  bool granted = true;
-  if (m_settings.threadPriority > 0) {
-    const sched_param parameter{m_settings.threadPriority};
-    granted = pthread_setschedparam(m_thread.native_handle(), SCHED_FIFO, &parameter) == 0;
-  }
-  if (m_settings.threadCore >= 0) {
-    cpu_set_t cores;
-    CPU_ZERO(&cores);
-    CPU_SET(static_cast<size_t>(m_settings.threadCore), &cores);
-    granted =
-        pthread_setaffinity_np(m_thread.native_handle(), sizeof cores, &cores) == 0 && granted;
-  }
-  return granted;
-}
-
-void StreamReceiver::Stop(bool kill) {
+void UdpReceiver::Stop(bool kill) {
   m_kill = kill;
   m_stop = true;
   m_wake.Wake();
@@ -225,11 +205,11 @@ void StreamReceiver::Stop(bool kill) {
   }
 }
 
-void StreamReceiver::OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) {
+void UdpReceiver::OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) {
   m_assembler->OnPacket(datagram, now);
 }
 
-void StreamReceiver::Run() {
+void UdpReceiver::Run() {
   const std::array<int, 2> fds{m_source->Fd(), m_wake.Fd()};
   Clock::time_point timer = Clock::now();
   Clock::time_point drainEnd = Clock::time_point::max();
@@ -238,9 +218,7 @@ void StreamReceiver::Run() {
     const auto now = Clock::now();
     if (now >= timer) {
       timer = m_assembler->OnTimer(now);
-      const std::lock_guard lock(m_statisticsMutex);
-      m_statistics = m_assembler->Statistics();
-      m_sourceStatistics = m_source->Statistics();
+      Publish(m_assembler->Statistics(), m_source->Statistics());
     } else if (any) {
       // New packets may bring a request forward.
       timer = std::min(timer, now + 500us);
@@ -256,19 +234,7 @@ void StreamReceiver::Run() {
     if (!any) WaitReadable(fds, std::min(timer, drainEnd));
   }
   m_assembler->Abort();
-  const std::lock_guard lock(m_statisticsMutex);
-  m_statistics = m_assembler->Statistics();
-  m_sourceStatistics = m_source->Statistics();
-}
-
-AssemblerStatistics StreamReceiver::Statistics() const {
-  const std::lock_guard lock(m_statisticsMutex);
-  return m_statistics;
-}
-
-SourceStatistics StreamReceiver::SourceStats() const {
-  const std::lock_guard lock(m_statisticsMutex);
-  return m_sourceStatistics;
+  Publish(m_assembler->Statistics(), m_source->Statistics());
 }
 
 }  // namespace OrvexGev
