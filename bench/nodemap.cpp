@@ -115,8 +115,19 @@ void Loading(Bench::Rows& rows, const std::string& text) {
 
   const std::string small = ManyNodes(1000);
   const std::string large = ManyNodes(10000);
-  const double one = Best(9, [&] { kept.map = Load(small); });
-  const double ten = Best(9, [&] { kept.map = Load(large); });
+  // Both in memory fresh from the system, as the first load of a program is: left alone, only the
+  // small one would find its memory still there from the run before.
+  const auto fresh = [&](const std::string& description) {
+    double best = 1e9;
+    for (int i = 0; i < 15; ++i) {
+      kept.map.reset();
+      malloc_trim(0);
+      best = std::min(best, Seconds([&] { kept.map = Load(description); }, Clock::Thread));
+    }
+    return best;
+  };
+  const double one = fresh(small);
+  const double ten = fresh(large);
   rows.Add("load 3,000 nodes", one * 1e3, "ms");
   rows.Add("load 30,000 nodes", ten * 1e3, "ms", "11 times 3,000 nodes", 11 * one / ten, 1);
 }
@@ -160,8 +171,9 @@ void Access(Bench::Rows& rows) {
   rows.Add("evaluate a formula of five variables", both - write, "ns", "limit 300 ns",
            300 / (both - write), 1);
 
-  for (int i = 0; i < 20; ++i)
-    CIntegerPtr(map->GetNode(("D" + std::to_string(i)).c_str()))->GetValue();
+  for (int i = 0; i < 20; ++i) {
+    CIntegerPtr(map->GetNode(std::string("D").append(std::to_string(i)).c_str()))->GetValue();
+  }
   const double set = Each(300000, [&](int i) { pInteger->SetValue(i & 0xffff); });
   rows.Add("set an integer with twenty dependants", set, "ns", "limit 2,000 ns", 2000 / set, 1);
 }

@@ -71,9 +71,10 @@ void Builder::Bad(const Node& owner, pugi::xml_node element, const char* pWhy) c
 }
 
 Node* Builder::Resolve(const Node& owner, pugi::xml_node element, Element role) {
-  Node* target = m_map.Find(Text(element));
-  if (target == nullptr) Bad(owner, element, "names a node that does not exist");
-  AddLink(*target, role);
+  const uint32_t index = m_map.m_byName.Find(Text(element));
+  if (index == NameTable::sk_none) Bad(owner, element, "names a node that does not exist");
+  Node* target = m_map.m_nodes[index];
+  AddLink(*target, index, role);
   return target;
 }
 
@@ -183,26 +184,32 @@ void Builder::CreateEntries(Node& enumeration, pugi::xml_node element) {
   }
 }
 
-void Builder::TakeElement(Node& node, pugi::xml_node element) {
-  if (element.type() != pugi::node_element) return;
-  const Element id = ElementByName(element.name());
-  if (id != Element::Unknown) node.Take(id, element, *this);
+void Builder::TakeElements(Node& node) {
+  // Texts between elements have no name, and so are unknown.
+  for (auto element = node.m_element.first_child(); element; element = element.next_sibling()) {
+    const Element id = ElementByName(element.name());
+    if (id != Element::Unknown) node.Take(id, element, *this);
+  }
+  if (!node.m_shared) return;
+  // What the entry says itself replaces what the structure says.
+  for (auto element = node.m_shared.first_child(); element; element = element.next_sibling()) {
+    const Element id = ElementByName(element.name());
+    if (id == Element::Unknown || id == Element::StructEntry) continue;
+    if (!node.m_element.child(element.name())) node.Take(id, element, *this);
+  }
 }
 
-void Builder::TakeElements(Node& node) {
-  node.m_linkBegin = static_cast<uint32_t>(m_map.m_links.size());
-  for (const auto element : node.m_element.children()) TakeElement(node, element);
-  if (node.m_shared) {
-    // What the entry says itself replaces what the structure says.
-    for (const auto element : node.m_shared.children()) {
-      if (element.type() != pugi::node_element) continue;
-      if (std::strcmp(element.name(), "StructEntry") == 0) continue;
-      if (node.m_element.child(element.name())) continue;
-      TakeElement(node, element);
-    }
+void Builder::TakeAll() {
+  m_map.m_linkBegin.reserve(m_map.m_nodes.size() + 1);
+  for (Node* node : m_map.m_nodes) {
+    m_map.m_linkBegin.push_back(static_cast<uint32_t>(m_map.m_links.size()));
+    TakeElements(*node);
+    node->Finish(*this);
+    if (node->m_pollingTime > 0) m_map.m_pollers.push_back(node);
+    if (node->m_selects) m_map.m_selectors.push_back(node);
   }
-  node.Finish(*this);
-  node.m_linkCount = static_cast<uint32_t>(m_map.m_links.size()) - node.m_linkBegin;
+  m_map.m_linkBegin.push_back(static_cast<uint32_t>(m_map.m_links.size()));
+  m_map.m_links.shrink_to_fit();
 }
 
 namespace {
@@ -256,8 +263,12 @@ void Builder::LinkDependents() {
   std::vector<Edge> edges;
   edges.reserve(m_map.m_links.size());
   std::vector<Node*> chain;
-  for (Node* owner : m_map.m_nodes) {
-    for (const Link& link : owner->Links()) {
+  const uint32_t* linkBegin = m_map.m_linkBegin.data();
+  // Nodes lie far apart and are not touched where their indices will do.
+  for (uint32_t index = 0; index < m_map.m_nodes.size(); ++index) {
+    Node* owner = m_map.m_nodes[index];
+    for (uint32_t at = linkBegin[index]; at != linkBegin[index + 1]; ++at) {
+      const Link link = m_map.m_links[at];
       if (const Effect effect = EffectOnOwner(link.role); effect.any) {
         edges.push_back({link.index, {owner, effect.onValue, effect.onAccess}});
       } else if (link.role == Element::pSelected) {
@@ -265,7 +276,7 @@ void Builder::LinkDependents() {
         // are void too.
         chain.assign(1, link.pTarget);
         for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
-          edges.push_back({owner->m_index, {chain[i], sk_voidAll, sk_voidNothing}});
+          edges.push_back({index, {chain[i], sk_voidAll, sk_voidNothing}});
           for (const Link& next : chain[i]->Links()) {
             if (next.role == Element::pValue && next.pTarget != owner)
               chain.push_back(next.pTarget);
@@ -274,17 +285,13 @@ void Builder::LinkDependents() {
       }
     }
   }
-  // Where each node's dependents begin; the nodes themselves are only touched once, in their order.
-  std::vector<uint32_t> begin(m_map.m_nodes.size() + 1, 0);
+  std::vector<uint32_t>& begin = m_map.m_dependentBegin;
+  begin.assign(m_map.m_nodes.size() + 1, 0);
   for (const Edge& edge : edges) ++begin[edge.from + 1];
   for (size_t i = 1; i < begin.size(); ++i) begin[i] += begin[i - 1];
   std::vector<uint32_t> next(begin.begin(), begin.end() - 1);
   m_map.m_dependents.resize(edges.size());
   for (const Edge& edge : edges) m_map.m_dependents[next[edge.from]++] = edge.to;
-  for (Node* node : m_map.m_nodes) {
-    node->m_dependentBegin = begin[node->m_index];
-    node->m_dependentCount = begin[node->m_index + 1] - begin[node->m_index];
-  }
 }
 
 void Builder::MarkFeatures() {
@@ -303,14 +310,9 @@ void Builder::MarkFeatures() {
 
 void Builder::Build() {
   CreateAll(m_document.Root());
-  for (Node* node : m_map.m_nodes) TakeElements(*node);
-  m_map.m_links.shrink_to_fit();
+  TakeAll();
   LinkDependents();
   MarkFeatures();
-  for (Node* node : m_map.m_nodes) {
-    if (node->m_pollingTime > 0) m_map.m_pollers.push_back(node);
-    if (node->m_selects) m_map.m_selectors.push_back(node);
-  }
 }
 
 }  // namespace OrvexGenApi

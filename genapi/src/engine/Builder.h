@@ -28,11 +28,12 @@ class Builder {
   // The node made for an element that stands inside another node.
   Node* Embedded(pugi::xml_node element) const;
   // Notes a reference that no element of the owner makes by name.
-  void AddLink(Node& target, Element role) {
-    m_map.m_links.push_back({&target, target.m_index, role});
-  }
+  void AddLink(Node& target, Element role) { AddLink(target, target.m_index, role); }
 
  private:
+  void AddLink(Node& target, uint32_t index, Element role) {
+    m_map.m_links.push_back({&target, index, role});
+  }
   void CreateAll(pugi::xml_node parent);
   void Create(pugi::xml_node element);
   void CreateStruct(pugi::xml_node element);
@@ -41,7 +42,7 @@ class Builder {
   Node* Add(std::unique_ptr<Node> node, std::string_view name, pugi::xml_node element);
 
   void TakeElements(Node& node);
-  void TakeElement(Node& node, pugi::xml_node element);
+  void TakeAll();
   void LinkDependents();
   void MarkFeatures();
 

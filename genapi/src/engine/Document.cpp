@@ -145,22 +145,22 @@ void JoinTexts(pugi::xml_node element) {
 
 }  // namespace
 
+// One walk over everything, with as few questions to the tree as it takes: in a large file each
+// node is fetched from far memory.
 void Document::CheckTree() {
   size_t elements = 0;
   size_t depth = 0;
+  std::vector<pugi::xml_node>
+      withTexts;  // texts are only nodes of their own when there are several
   for (pugi::xml_node node = m_xml.first_child(); node;) {
-    if (node.type() == pugi::node_doctype) {
-      Fail("a document type declaration is not accepted", 0);
-    }
-    if (node.type() == pugi::node_element && depth == 0) {
-      if (m_root) Fail("there is a second root element", static_cast<size_t>(node.offset_debug()));
-      m_root = node;
-    }
+    if (depth == 0) CheckTop(node);
     if (++elements > sk_maxXmlElements) Fail("there are too many elements", 0);
-    if (depth > 1 && node.name()[0] == 'I' && std::strcmp(node.name(), "IntSwissKnife") == 0) {
+    const char* name = node.name();
+    if (*name == 0) {
+      withTexts.push_back(node.parent());
+    } else if (depth > 1 && *name == 'I' && std::strcmp(name, "IntSwissKnife") == 0) {
       m_hasEmbeddedFormulas = true;
     }
-    if (node.first_child()) JoinTexts(node);
     if (const pugi::xml_node child = node.first_child()) {
       if (++depth > sk_maxXmlDepth) {
         Fail("elements are nested too deeply", static_cast<size_t>(node.offset_debug()));
@@ -168,21 +168,26 @@ void Document::CheckTree() {
       node = child;
       continue;
     }
-    while (node && !node.next_sibling()) {
+    pugi::xml_node next = node.next_sibling();
+    for (; !next && depth > 0; --depth) {
       node = node.parent();
-      if (depth == 0) {
-        node = pugi::xml_node();
-        break;
-      }
-      --depth;
+      next = node.next_sibling();
     }
-    if (node) node = node.next_sibling();
+    node = next;
   }
+  for (const auto element : withTexts) JoinTexts(element);
   if (!m_root) Fail("there is no root element", 0);
   if (std::strcmp(m_root.name(), "RegisterDescription") != 0) {
     Fail(std::string("the root element is '") + m_root.name() + "' and not 'RegisterDescription'",
          static_cast<size_t>(std::max<ptrdiff_t>(m_root.offset_debug(), 0)));
   }
+}
+
+void Document::CheckTop(pugi::xml_node node) {
+  if (node.type() == pugi::node_doctype) Fail("a document type declaration is not accepted", 0);
+  if (node.type() != pugi::node_element) return;
+  if (m_root) Fail("there is a second root element", static_cast<size_t>(node.offset_debug()));
+  m_root = node;
 }
 
 std::shared_ptr<Document> Document::Parse(std::string text) {

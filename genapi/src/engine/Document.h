@@ -28,6 +28,7 @@ class Document {
   void CheckProlog() const;
   void CheckReferences() const;
   void CheckTree();
+  void CheckTop(pugi::xml_node node);
   unsigned LineAt(size_t offset) const;
   [[noreturn]] void Fail(const std::string& what, size_t offset) const;
 

@@ -2,55 +2,63 @@
 #include "engine/Kinds.h"
 
 namespace OrvexGenApi {
+namespace {
+
+template <class Kind, class... Rest>
+std::unique_ptr<Node> Make(NodeMap& map, pugi::xml_node element, Rest... rest) {
+  return std::unique_ptr<Node>(new (map) Kind(map, element, rest...));
+}
+
+}  // namespace
 
 std::unique_ptr<Node> MakeNode(Element kind, NodeMap& map, pugi::xml_node element) {
   switch (kind) {
     case Element::Node:
-      return std::make_unique<PlainNode>(map, element, RO);
+      return Make<PlainNode>(map, element, RO);
     case Element::Category:
-      return std::make_unique<CategoryNode>(map, element);
+      return Make<CategoryNode>(map, element);
     case Element::Integer:
-      return std::make_unique<IntegerNode>(map, element);
+      return Make<IntegerNode>(map, element);
     case Element::IntReg:
-      return std::make_unique<IntRegNode>(map, element, false);
+      return Make<IntRegNode>(map, element, false);
     case Element::MaskedIntReg:
     case Element::StructEntry:
-      return std::make_unique<IntRegNode>(map, element, true);
+      return Make<IntRegNode>(map, element, true);
     case Element::Boolean:
-      return std::make_unique<BooleanNode>(map, element);
+      return Make<BooleanNode>(map, element);
     case Element::Command:
-      return std::make_unique<CommandNode>(map, element);
+      return Make<CommandNode>(map, element);
     case Element::Float:
-      return std::make_unique<FloatNode>(map, element);
+      return Make<FloatNode>(map, element);
     case Element::FloatReg:
-      return std::make_unique<FloatRegNode>(map, element);
+      return Make<FloatRegNode>(map, element);
     case Element::Enumeration:
-      return std::make_unique<EnumerationNode>(map, element);
+      return Make<EnumerationNode>(map, element);
     case Element::EnumEntry:
-      return std::make_unique<EnumEntryNode>(map, element);
+      return Make<EnumEntryNode>(map, element);
     case Element::String:
-      return std::make_unique<StringNode>(map, element);
+      return Make<StringNode>(map, element);
     case Element::StringReg:
-      return std::make_unique<StringRegNode>(map, element);
+      return Make<StringRegNode>(map, element);
     case Element::Register:
-      return std::make_unique<RegisterNode>(map, element);
+      return Make<RegisterNode>(map, element);
     case Element::SwissKnife:
-      return std::make_unique<KnifeNode>(map, element);
+      return Make<KnifeNode>(map, element);
     case Element::IntSwissKnife:
-      return std::make_unique<IntKnifeNode>(map, element);
+      return Make<IntKnifeNode>(map, element);
     case Element::Converter:
-      return std::make_unique<ConverterNode>(map, element);
+      return Make<ConverterNode>(map, element);
     case Element::IntConverter:
-      return std::make_unique<IntConverterNode>(map, element);
+      return Make<IntConverterNode>(map, element);
     case Element::Port:
-      return std::make_unique<PortNode>(map, element);
+      return Make<PortNode>(map, element);
     // Kinds of one bus that no device of today uses.
     case Element::ConfRom:
     case Element::TextDesc:
     case Element::IntKey:
     case Element::AdvFeatureLock:
     case Element::SmartFeature:
-      return std::make_unique<PlainNode>(map, element, NI);
+      return Make<PlainNode>(map, element, NI);
     default:
       return nullptr;
   }

@@ -9,36 +9,42 @@
 
 namespace OrvexGenApi {
 
-class Node;
-
 class NameTable {
  public:
-  // Null when there is no such node.
-  Node* Find(std::string_view name) const;
-  // The node at this index, counted by the map, gets a name. Answers the table's own copy of it,
-  // null when the name is taken. Copies lie close together, which look-ups are faster for.
+  NameTable();
+  static constexpr uint32_t sk_none = UINT32_MAX;
+  // Index of the node with this name, or sk_none.
+  uint32_t Find(std::string_view name) const;
+  // The node at this index, counted by the map, gets a name of at most sk_maxNodeNameLength bytes.
+  // Answers the table's own copy of it, null when the name is taken.
   const char* Add(std::string_view name, uint32_t index);
   void Clear();
 
-  explicit NameTable(const std::vector<Node*>& nodes);
-
  private:
+  // A look-up reads one slot, which lies anywhere, and one entry: names are kept in the order in
+  // which they are added, so that those of neighbours are still at hand.
   struct Slot {
     uint32_t hash;
-    uint32_t number;  // index plus one; 0 for a free slot
+    uint32_t entry;  // sk_none for a free slot
   };
+  struct Entry {
+    uint32_t index;
+    uint32_t length;
+  };  // the name and a zero stand behind it
+  static constexpr uint32_t sk_blockBits = 16;
+
   // Seeded, so that nobody can write a file whose names collide.
   uint32_t Hash(std::string_view name) const;
+  // Where the name stands, or the free slot where it would.
+  uint32_t SlotOf(std::string_view name, uint32_t hash) const;
+  const char* At(uint32_t entry) const {
+    return m_blocks[entry >> sk_blockBits].get() + (entry & ((1u << sk_blockBits) - 1));
+  }
   void Grow();
 
-  const std::vector<Node*>& m_nodes;
-  const char* Keep(std::string_view name);
-
   std::vector<std::unique_ptr<char[]>> m_blocks;
-  size_t m_blockLeft = 0;
-  char* m_pBlock = nullptr;
+  uint32_t m_blockUsed = 0;
   std::vector<Slot> m_slots;
-  std::vector<std::string_view> m_names;  // by number; beside the nodes, which lie far apart
   uint64_t m_seed;
   uint32_t m_mask = 0;
   uint32_t m_used = 0;

@@ -47,6 +47,10 @@ Node::Node(NodeMap& map, pugi::xml_node element)
 
 Node::~Node() = default;
 
+void* Node::operator new(size_t size, NodeMap& map) {
+  return map.m_memory.Take(size);
+}
+
 // ---- building ----
 
 bool Node::Take(Element id, pugi::xml_node element, Builder& builder) {
@@ -159,10 +163,12 @@ EVisibility Node::GetVisibility() const {
 // ---- links ----
 
 std::span<const Link> Node::Links() const {
-  return {m_map.m_links.data() + m_linkBegin, m_linkCount};
+  const uint32_t* at = m_map.m_linkBegin.data() + m_index;
+  return {m_map.m_links.data() + at[0], at[1] - at[0]};
 }
 std::span<const Dependent> Node::Dependents() const {
-  return {m_map.m_dependents.data() + m_dependentBegin, m_dependentCount};
+  const uint32_t* at = m_map.m_dependentBegin.data() + m_index;
+  return {m_map.m_dependents.data() + at[0], at[1] - at[0]};
 }
 Node* Node::FirstLinked(Element role) const {
   for (const Link& link : Links()) {

@@ -77,6 +77,10 @@ class Node : public INode, public ISelector, public IUserData {
  public:
   Node(NodeMap& map, pugi::xml_node element);
   ~Node() override;
+  // Nodes lie side by side in memory of their map, which frees it.
+  static void* operator new(size_t size, NodeMap& map);
+  static void operator delete(void*) {}
+  static void operator delete(void*, NodeMap&) {}
   Node(const Node&) = delete;
   Node& operator=(const Node&) = delete;
 
@@ -212,10 +216,6 @@ class Node : public INode, public ISelector, public IUserData {
   bool UrlVariable(std::string_view name, std::string& value) const;
 
   std::vector<std::shared_ptr<CNodeCallback>> m_callbacks;
-  uint32_t m_linkBegin = 0;
-  uint32_t m_linkCount = 0;
-  uint32_t m_dependentBegin = 0;
-  uint32_t m_dependentCount = 0;
   uint32_t m_visit = 0;
   uint8_t m_visitVoid = 0;
   uint32_t m_index = 0;

@@ -25,14 +25,15 @@ void NodeMap::ClearAllNodes() {
   ReadScope scope(*this);
   m_byName.Clear();
   m_links.clear();
+  m_linkBegin.clear();
   m_dependents.clear();
+  m_dependentBegin.clear();
   m_pollers.clear();
   m_selectors.clear();
-  m_ports.clear();
   m_changed.clear();
   for (Node* node : m_nodes) delete node;
   m_nodes.clear();
-
+  m_memory.Clear();
   m_numCallbacks = 0;
   m_document.reset();
 }
@@ -50,15 +51,13 @@ void NodeMap::Load(std::shared_ptr<const Document> document, const gcstring& dev
     ClearAllNodes();
     throw;
   }
-  for (Node* node : m_nodes) {
-    if (PortNode* port = node->AsPort()) m_ports.push_back(port);
-  }
 }
 
 // ---- look-up ----
 
 Node* NodeMap::Find(std::string_view name) const {
-  return m_byName.Find(name);
+  const uint32_t index = m_byName.Find(name);
+  return index == NameTable::sk_none ? nullptr : m_nodes[index];
 }
 
 INode* NodeMap::GetNode(const gcstring& Name) const {

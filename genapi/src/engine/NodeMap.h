@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/Arena.h"
 #include "engine/Document.h"
 #include "engine/NameTable.h"
 #include "engine/Node.h"
@@ -146,11 +147,14 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   std::string m_deviceName = "Device";
   bool m_suppressStrings = false;
   bool m_streaming = false;
-  std::vector<Node*> m_nodes;  // owned
-  std::vector<PortNode*> m_ports;
-  NameTable m_byName{m_nodes};
+  std::vector<Node*> m_nodes;  // owned; they lie in m_memory
+  Arena m_memory;
+  NameTable m_byName;  // to indices into m_nodes
+  // By node, in the nodes' order: where node i's begin is said at i, where they end at i + 1.
   std::vector<Link> m_links;
+  std::vector<uint32_t> m_linkBegin;
   std::vector<Dependent> m_dependents;
+  std::vector<uint32_t> m_dependentBegin;
   std::vector<Node*> m_pollers;
   std::vector<Node*> m_selectors;
 
