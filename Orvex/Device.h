@@ -110,12 +110,15 @@ class Device : public IDevice {
   // Both with m_imageCallbackListLock held.
   void StartImageCallbackThread();
   void StopImageCallbackThread();
+  // From the callback thread, where nobody else could free a frame that cannot be requeued.
+  void RequeueOrFree(IImage* pImage);
   void DropEvent(std::vector<TLEvent*>& events, int stream);
   bool WaitUntilUnused(const int& users);
 
   IBuffer* WrapBuffer(TLDataStream* pStream, void* hBuffer);
   GenApi::INodeMap* CreateChunkNodeMap();
   void AttachChunks(const uint8_t* pData, size_t size);
+  void DetachChunks();
   void ThrowIfInsideCallback(const char* message, const char* function) const;
   void ThrowIfCallbacksRegistered(const char* message, const char* function);
 

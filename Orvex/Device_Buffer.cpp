@@ -131,6 +131,12 @@ void Device::AttachChunks(const uint8_t* pData, size_t size) {
   }
 }
 
+// The frame that is attached is about to be freed.
+void Device::DetachChunks() {
+  const std::lock_guard lock(m_chunkMtx);
+  if (m_pChunkAdapter != nullptr) m_pChunkAdapter->DetachBuffer();
+}
+
 void Device::ThrowIfCallbacksRegistered(const char* message, const char* function) {
   bool registered = m_imageCallbackListLock.IsHeldByThisThread();  // inside a callback
   if (!registered) {

@@ -153,6 +153,15 @@ void Device::StopImageCallbackThread() {
   m_imageCallbackThread.join();
 }
 
+void Device::RequeueOrFree(IImage* pImage) {
+  try {
+    RequeueBuffer(pImage);
+  } catch (...) {
+    delete dynamic_cast<Buffer*>(pImage);
+    throw;
+  }
+}
+
 void Device::ImageCallbackThread() {
   while (m_imageCallbackThreadRunEnable) {
     try {
@@ -165,7 +174,7 @@ void Device::ImageCallbackThread() {
       }
       // Those who stop this thread hold the lock while they wait for it.
       if (!m_imageCallbackListLock.LockUnlessStopped(m_imageCallbackThreadRunEnable)) {
-        RequeueBuffer(pImage);
+        RequeueOrFree(pImage);
         continue;
       }
       const std::lock_guard lock(m_imageCallbackListLock, std::adopt_lock);
@@ -173,7 +182,7 @@ void Device::ImageCallbackThread() {
         for (IImageCallback* pCallback : m_imageCallbackList) pCallback->OnImage(pImage);
       } catch (...) {  // an application's exception must not cost the stream its buffer
       }
-      RequeueBuffer(pImage);
+      RequeueOrFree(pImage);
     } catch (const GenICam::TimeoutException&) {
     } catch (...) {
       // Not streaming, or the camera is gone: no busy waiting until that changes.

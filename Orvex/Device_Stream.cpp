@@ -181,9 +181,17 @@ void Device::StartStream(int stream, size_t numBuffers) {
 void Device::AnnounceAndQueueBuffers(StreamInfo* pInfo, size_t numBuffers,
                                      const std::function<uint64_t()>& size, const char* function) {
   TLDataStream* pStream = pInfo->GetTLDataStream();
+  const auto sizeOrCleanup = [&] {
+    try {
+      return size();
+    } catch (...) {  // the camera did not tell it this time
+      CleanupAnnouncedBuffersOnStartFailure(pInfo);
+      throw;
+    }
+  };
   for (size_t i = 0; i < numBuffers; ++i) {
     GenTL::BUFFER_HANDLE hBuffer = nullptr;
-    GenTL::GC_ERROR status = pStream->AllocAndAnnounceBuffer(size(), nullptr, &hBuffer);
+    GenTL::GC_ERROR status = pStream->AllocAndAnnounceBuffer(sizeOrCleanup(), nullptr, &hBuffer);
     if (status != 0) CleanupAnnouncedBuffersOnStartFailure(pInfo);
     CHECK_GENTL_FN(status, "Unable to prepare internal buffer", "DSAllocAndAnnounceBuffer",
                    function);
@@ -291,13 +299,13 @@ void Device::UndoStart(int stream, bool evs) noexcept {
 }
 
 // Whether the camera is ours to command. Cameras that don't tell are asked about at the transport
-// layer, whose entries are of opened devices. Where nobody tells, the camera is told to start and
-// refuses if it must.
+// layer, which has entries of its own for opened devices. Where nobody tells, the camera is told to
+// start and refuses if it must.
 bool Device::IsControlled() {
   for (INodeMap* pNodeMap : {m_pDeviceNodeMap, m_pTLDeviceNodeMap}) {
     if (pNodeMap == nullptr || !IsImplemented(pNodeMap, "DeviceAccessStatus")) continue;
     const gcstring status = GetNodeValue<gcstring>(pNodeMap, "DeviceAccessStatus");
-    return status == "ReadWrite" || status == "OpenReadWrite";
+    return status == "ReadWrite" || (pNodeMap != m_pDeviceNodeMap && status == "OpenReadWrite");
   }
   return true;
 }
@@ -305,6 +313,8 @@ bool Device::IsControlled() {
 // --- stop
 
 void Device::StopStream() {
+  // Kept on purpose: what counts is whether the device has streams at all. A stream that does not
+  // run is left to the producer, whose answer callers know.
   CHECK_ARG(!m_streams.empty(), LogicalErrorException,
             "Failure stopping stream due to device not having been streaming");
   m_streamNumber = SelectStream();
@@ -342,8 +352,7 @@ void Device::StopHostAndCamera(int stream, bool evs, const char* function) {
     DropEvent(m_hEventEvsTriggers, stream);
   }
   SetNodeValue<int64_t>(m_pDeviceNodeMap, "TLParamsLocked", 0);
-  // The frame last attached for chunk reading is about to be freed.
-  if (m_pChunkAdapter != nullptr) m_pChunkAdapter->DetachBuffer();
+  DetachChunks();
   CHECK_GENTL_FN(pStream->FlushQueue(GenTL::ACQ_QUEUE_ALL_DISCARD), "Unable to flush queue",
                  "DSFlushQueue", function);
   RevokeAllBuffers(pInfo, function);

@@ -154,7 +154,14 @@ TEST_F(ImageCallbacks, SurviveWhatACallbackThrowsAndWhatIsNoImage) {
   m_pCamera->StopStream();
   m_pCamera->StartStream(3);
   EXPECT_TRUE(callback.WaitFor(20));
+  // A frame that the stream does not take back is freed, and the others go on.
+  {
+    const std::lock_guard lock(m_world.mutex);
+    m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
+  }
+  EXPECT_TRUE(callback.WaitFor(callback.Get() + 10));
   m_pCamera->DeregisterAllImageCallbacks();
+  EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
 }
 
 TEST_F(ImageCallbacks, CannotBeChangedFromInside) {
@@ -213,6 +220,11 @@ TEST_F(ImageCallbacks, HaveTheirMessages) {
                        "GetCompressedImage should not be called while there are registered image "
                        "callbacks",
                        "Device.cpp, GetCompressedImage"));
+  EXPECT_TRUE(m_pCamera->DeregisterImageCallback(&callback));
+  // Whether the stream runs is asked once the callback is in the list.
+  m_world.Fail("GCReadPort(cam0.stream0, StreamIsGrabbing)", GenTL::GC_ERR_ACCESS_DENIED);
+  EXPECT_THAT(Thrown([&] { m_pCamera->RegisterImageCallback(&callback); }),
+              testing::StartsWith("AccessException | "));
   EXPECT_TRUE(m_pCamera->DeregisterImageCallback(&callback));
 }
 
@@ -320,23 +332,18 @@ TEST_F(DisconnectCallbacks, DoNotKeepTheSystemFromClosing) {
 using Connection = ScriptedTest;
 
 TEST_F(Connection, IsAskedAndActionsAreSent) {
-  OpenCamera();
-  ForgetCalls();
-  EXPECT_TRUE(m_pCamera->IsConnected());
-  m_pCamera->SendActionCommand(1, 2, 3, 4);
-  EXPECT_THAT(TakeCalls(), ElementsAre("DevGetInfo(cam0, 1009, 11, 1)",
-                                       "DevSendActionCommand(cam0, 1, 2, 3, 4)"));
-  m_world.Fail("DevGetInfo", GenTL::GC_ERR_IO);
-  m_world.Fail("DevSendActionCommand", GenTL::GC_ERR_TIMEOUT);
-  EXPECT_EQ(Thrown([&] { m_pCamera->IsConnected(); }),
-            GenTLError("RuntimeException", "GC_ERR_IO",
-                       "Unable to get info about device connection status",
-                       "Device.cpp, DeviceGetInfo", "DevGetInfo") +
-                "DevGetInfo refused");
-  EXPECT_EQ(Thrown([&] { m_pCamera->SendActionCommand(1, 2, 3, 4); }),
-            GenTLError("TimeoutException", "GC_ERR_TIMEOUT", "Failed to issue action command",
-                       "Device.cpp, DeviceSendActionCommand", "DevSendActionCommand") +
-                "DevSendActionCommand refused");
+  Operation operation;
+  operation.prepare = [this] { OpenCamera(); };
+  operation.act = [this] {
+    EXPECT_TRUE(m_pCamera->IsConnected());
+    m_pCamera->SendActionCommand(1, 2, 3, 4);
+  };
+  operation.steps = {
+      Checked("DevGetInfo(cam0, 1009, 11, 1)", "Unable to get info about device connection status",
+              "Device.cpp, DeviceGetInfo"),
+      Checked("DevSendActionCommand(cam0, 1, 2, 3, 4)", "Failed to issue action command",
+              "Device.cpp, DeviceSendActionCommand")};
+  Drive(operation);
 }
 
 class Events : public ScriptedTest {
@@ -359,6 +366,13 @@ class Events : public ScriptedTest {
         "</RegisterDescription>";
   }
 
+  // EVENT_CMD of 16 bytes: event 0x9001 of no stream and block, timestamp 0x0102030405060708.
+  const std::string m_message = std::string(
+      "\x42\x00\x00\xC0\x00\x10\x00\x01"
+      "\x00\x00\x90\x01\xFF\xFF\x00\x00"
+      "\x01\x02\x03\x04\x05\x06\x07\x08",
+      24);
+
   void Send(const std::string& message) {
     const std::lock_guard lock(m_world.mutex);
     m_world.events.back()->messages.push_back(message);
@@ -372,12 +386,7 @@ TEST_F(Events, ReachTheNodesOfTheCamera) {
   ForgetCalls();
   m_pCamera->InitializeEvents();
   EXPECT_THAT(TakeCalls(), ElementsAre("GCRegisterEvent(cam0, 4)"));
-  // EVENT_CMD of 16 bytes: event 0x9001 of no stream and block, timestamp 0x0102030405060708.
-  Send(
-      std::string("\x42\x00\x00\xC0\x00\x10\x00\x01"
-                  "\x00\x00\x90\x01\xFF\xFF\x00\x00"
-                  "\x01\x02\x03\x04\x05\x06\x07\x08",
-                  24));
+  Send(m_message);
   m_pCamera->WaitOnEvent(1000);
   EXPECT_THAT(TakeCalls(), ElementsAre("EventGetData(cam0.event4, 1000)"));
   EXPECT_EQ(GetNodeValue<int64_t>(m_pCamera->GetNodeMap(), "EventTimestamp"), 0x0102030405060708);
@@ -419,20 +428,26 @@ TEST_F(Events, OfOtherDeviceTypesCannotBeRead) {
   m_pCamera->DeinitializeEvents();
 }
 
-TEST_F(Events, HaveTheirMessages) {
-  OpenCamera();
-  m_world.Fail("GCRegisterEvent", GenTL::GC_ERR_NOT_IMPLEMENTED);
-  EXPECT_EQ(Thrown([&] { m_pCamera->InitializeEvents(); }),
-            GenTLError("LogicalErrorException", "GC_ERR_NOT_IMPLEMENTED",
-                       "Unable to register remote device events", "Device.cpp, InitializeEvents",
-                       "GCRegisterEvent") +
-                "GCRegisterEvent refused");
-  m_world.Fail("GCUnregisterEvent", GenTL::GC_ERR_NOT_INITIALIZED);
-  EXPECT_EQ(Thrown([&] { m_pCamera->DeinitializeEvents(); }),
-            GenTLError("LogicalErrorException", "GC_ERR_NOT_INITIALIZED",
-                       "Unable to unregister remote device events",
-                       "Device.cpp, DeinitializeEvents", "GCUnregisterEvent") +
-                "GCUnregisterEvent refused");
+TEST_F(Events, FollowTheirSteps) {
+  Operation events;
+  events.prepare = [this] {
+    DescribeEvent();
+    OpenCamera();
+  };
+  events.act = [this] {
+    m_pCamera->InitializeEvents();
+    Send(m_message);
+    m_pCamera->WaitOnEvent(5);
+    m_pCamera->DeinitializeEvents();
+  };
+  events.steps = {Checked("GCRegisterEvent(cam0, 4)", "Unable to register remote device events",
+                          "Device.cpp, InitializeEvents"),
+                  Checked("EventGetData(cam0.event4, 5)", "Unable to get event data",
+                          "Device.cpp, WaitOnEvent"),
+                  Checked("GCUnregisterEvent(cam0, 4)", "Unable to unregister remote device events",
+                          "Device.cpp, DeinitializeEvents")};
+  events.reads = {PortAccess("GCReadPort(cam0, DeviceType)")};
+  Drive(events);
 }
 
 }  // namespace

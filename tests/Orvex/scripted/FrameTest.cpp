@@ -10,7 +10,6 @@
 namespace {
 
 using namespace Orvex;
-using testing::ElementsAre;
 
 const std::string sk_s = "(cam0.stream0";
 
@@ -24,6 +23,11 @@ class Frames : public ScriptedTest {
   void Deliver(uint64_t payloadType, const std::vector<uint8_t>& data = {}) {
     ASSERT_TRUE(m_world.CameraStream().Deliver(
         {{GenTL::BUFFER_INFO_PAYLOADTYPE, payloadType}, {GenTL::BUFFER_INFO_WIDTH, 8}}, data));
+  }
+
+  static std::string Views(IBuffer* pBuffer) {
+    return std::string(pBuffer->AsImage() ? "I" : "-") + (pBuffer->AsChunkData() ? "C" : "-") +
+           (pBuffer->AsCompressedImage() ? "Z" : "-");
   }
 
   // A camera with one chunk node.
@@ -65,57 +69,72 @@ class Frames : public ScriptedTest {
 struct KindRow {
   const char* name;
   uint64_t payloadType;
-  bool image, chunks, compressed;
-  Calls calls;
+  const char* views;       // I: image, C: chunk data, Z: compressed image
+  std::vector<int> asked;  // buffer infos after the payload type
 };
 class FrameKind : public Frames, public testing::WithParamInterface<KindRow> {};
 
-TEST_P(FrameKind, FollowsThePayloadType) {
-  OpenAndStart();
-  Deliver(GetParam().payloadType);
-  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
-  EXPECT_EQ(TakeCalls(), GetParam().calls);
-  EXPECT_EQ(pBuffer->AsImage() != nullptr, GetParam().image);
-  EXPECT_EQ(pBuffer->AsChunkData() != nullptr, GetParam().chunks);
-  EXPECT_EQ(pBuffer->AsCompressedImage() != nullptr, GetParam().compressed);
-  EXPECT_EQ(pBuffer->GetPayloadType(), GetParam().payloadType);
-  ForgetCalls();
-  m_pCamera->RequeueBuffer(pBuffer);
-  EXPECT_THAT(TakeCalls(), ElementsAre("DSQueueBuffer" + sk_s + ")"));
-  EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
+TEST_P(FrameKind, FollowsThePayloadTypeThroughEachStep) {
+  const char* const sk_place = "Device.cpp, GetBuffer";
+  IBuffer* pBuffer = nullptr;
+  Operation take;
+  take.prepare = [this] {
+    OpenAndStart();
+    Deliver(GetParam().payloadType);
+  };
+  take.act = [&] {
+    pBuffer = m_pCamera->GetBuffer(10);
+    EXPECT_EQ(Views(pBuffer), GetParam().views);
+    m_pCamera->RequeueBuffer(pBuffer);
+    pBuffer = nullptr;
+  };
+  take.after = [&](const Step&) {
+    // A frame that was refused stays the caller's.
+    if (pBuffer != nullptr) m_pCamera->RequeueBuffer(std::exchange(pBuffer, nullptr));
+  };
+  take.steps = {
+      Checked("EventGetData(cam0.stream0.event1, 10)", "Unable to get buffer data", sk_place),
+      Checked("DSGetBufferInfo(19)", "Unable to get buffer payload type", sk_place)};
+  for (const int command : GetParam().asked) {
+    const std::string call = "DSGetBufferInfo(" + std::to_string(command) + ")";
+    take.steps.push_back(
+        command == GenTL::BUFFER_INFO_DATA_SIZE
+            ? Checked(call, "Unable to get buffer data size", sk_place)
+            : Checked(call, "Unable to get buffer information", "Buffer.cpp, GetInfo"));
+  }
+  take.steps.push_back(Checked("DSQueueBuffer" + sk_s + ")", "Unable to requeue internal buffer",
+                               "Device.cpp, RequeueBuffer"));
+  Drive(take);
 }
 
-const Calls sk_plainCalls = {"EventGetData(cam0.stream0.event1, 10)", "DSGetBufferInfo(19)"};
-const Calls sk_chunkCalls = {"EventGetData(cam0.stream0.event1, 10)", "DSGetBufferInfo(19)",
-                             "DSGetBufferInfo(0)", "DSGetBufferInfo(9)"};
-
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, FrameKind,
-    testing::Values(KindRow{"Image", 1, true, false, false, sk_plainCalls},
-                    KindRow{"Compressed", 1001, false, false, true, sk_plainCalls},
-                    KindRow{"ChunkData", 4, false, true, false, sk_chunkCalls}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-class FrameKindWithChunks : public Frames, public testing::WithParamInterface<KindRow> {};
-
-TEST_P(FrameKindWithChunks, AsksForTheDataSizeAndKeepsItsViews) {
-  OpenAndStart();
-  Deliver(GetParam().payloadType);
-  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
-  EXPECT_THAT(TakeCalls(), testing::IsSupersetOf({"DSGetBufferInfo(19)", "DSGetBufferInfo(27)"}));
-  EXPECT_EQ(pBuffer->AsImage() != nullptr, GetParam().image);
-  EXPECT_EQ(pBuffer->AsCompressedImage() != nullptr, GetParam().compressed);
-  ASSERT_NE(pBuffer->AsChunkData(), nullptr);
-  EXPECT_EQ(pBuffer->AsChunkData()->GetData(), pBuffer->GetData());
-  // Any view of the frame can be handed back.
-  m_pCamera->RequeueBuffer(pBuffer->AsChunkData());
-  EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, FrameKindWithChunks,
-                         testing::Values(KindRow{"Image", 16385, true, true, false, {}},
-                                         KindRow{"Compressed", 1002, false, true, true, {}}),
+INSTANTIATE_TEST_SUITE_P(Kinds, FrameKind,
+                         testing::Values(KindRow{"Image", 1, "I--", {}},
+                                         KindRow{"Compressed", 1001, "--Z", {}},
+                                         KindRow{"ImageAndChunks", 16385, "IC-", {27, 0}},
+                                         KindRow{"ChunkData", 4, "-C-", {0, 9}},
+                                         KindRow{"CompressedAndChunks", 1002, "-CZ", {27, 0}}),
                          [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Frames, OfUnknownPayloadFail) {
+  OpenAndStart();
+  Deliver(10);
+  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }),
+            PlainError("LogicalErrorException", "Unknown payload type", "Device.cpp, GetBuffer"));
+}
+
+TEST_F(Frames, AreHandedBackByAnyOfTheirViews) {
+  for (const int view : {0, 1, 2}) {
+    Restart();
+    OpenAndStart();
+    Deliver(16385);
+    IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+    EXPECT_EQ(pBuffer->AsChunkData()->GetData(), pBuffer->GetData());
+    m_pCamera->RequeueBuffer(view == 0   ? pBuffer
+                             : view == 1 ? static_cast<IBuffer*>(pBuffer->AsChunkData())
+                                         : static_cast<IBuffer*>(pBuffer->AsImage()));
+    EXPECT_EQ(m_world.CameraStream().input.size(), 2u);
+  }
+}
 
 TEST_F(Frames, GiveTheirChunksToTheDevicesOwnNodesAndToTheFrames) {
   DescribeChunks();
@@ -163,54 +182,6 @@ TEST_F(Frames, ComeAsImagesOrNotAtAll) {
                        "Device.cpp, GetCompressedImage"));
 }
 
-struct FrameFailureRow {
-  const char* name;
-  const char* function;  // "" for none
-  GenTL::GC_ERROR status;
-  uint64_t payloadType;
-  std::string thrown;
-};
-class TakingFails : public Frames, public testing::WithParamInterface<FrameFailureRow> {};
-
-TEST_P(TakingFails, WithItsMessage) {
-  OpenAndStart();
-  Deliver(GetParam().payloadType);
-  if (*GetParam().function != 0) m_world.Fail(GetParam().function, GetParam().status);
-  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }), GetParam().thrown);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    EachStep, TakingFails,
-    testing::Values(FrameFailureRow{"Timeout", "EventGetData", GenTL::GC_ERR_TIMEOUT, 1,
-                                    GenTLError("TimeoutException", "GC_ERR_TIMEOUT",
-                                               "Unable to get buffer data", "Device.cpp, GetBuffer",
-                                               "EventGetData") +
-                                        "EventGetData refused"},
-                    FrameFailureRow{
-                        "Aborted", "EventGetData", GenTL::GC_ERR_ABORT, 1,
-                        GenTLError("RuntimeException", "GC_ERR_ABORT", "Unable to get buffer data",
-                                   "Device.cpp, GetBuffer", "EventGetData") +
-                            "EventGetData refused"},
-                    FrameFailureRow{"PayloadType", "DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 1,
-                                    GenTLError("RuntimeException", "GC_ERR_NO_DATA",
-                                               "Unable to get buffer payload type",
-                                               "Device.cpp, GetBuffer", "DSGetBufferInfo") +
-                                        "DSGetBufferInfo refused"},
-                    FrameFailureRow{"Unknown", "", 0, 10,
-                                    PlainError("LogicalErrorException", "Unknown payload type",
-                                               "Device.cpp, GetBuffer")}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(Frames, FailWhenTheirDataSizeDoes) {
-  OpenAndStart();
-  Deliver(16385);
-  m_world.Fail("DSGetBufferInfo", GenTL::GC_ERR_NO_DATA, 1);
-  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(10); }),
-            GenTLError("RuntimeException", "GC_ERR_NO_DATA", "Unable to get buffer data size",
-                       "Device.cpp, GetBuffer", "DSGetBufferInfo") +
-                "DSGetBufferInfo refused");
-}
-
 TEST_F(Frames, NeedAStartedStream) {
   OpenCamera();
   m_world.errorText = "nothing";
@@ -241,38 +212,25 @@ TEST_F(Frames, NeedADeviceWithStreams) {
   EXPECT_EQ(Thrown([&] { empty.GetTLStreamNodeMap(); }), error(logical, "GetTLStreamNodeMap"));
 }
 
-TEST_F(Frames, StayTheCallersWhenRequeuingFails) {
+TEST_F(Frames, AreNotNull) {
   OpenAndStart();
   EXPECT_EQ(Thrown([&] { m_pCamera->RequeueBuffer(nullptr); }),
             PlainError("InvalidArgumentException", "Image is null", "Device.cpp, RequeueBuffer"));
-  Deliver(1);
-  IImage* pImage = m_pCamera->GetImage(10);
-  m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
-  EXPECT_EQ(Thrown([&] { m_pCamera->RequeueBuffer(pImage); }),
-            GenTLError("RuntimeException", "GC_ERR_IO", "Unable to requeue internal buffer",
-                       "Device.cpp, RequeueBuffer", "DSQueueBuffer") +
-                "DSQueueBuffer refused");
-  EXPECT_EQ(pImage->GetWidth(), 8u);
-  m_pCamera->RequeueBuffer(pImage);
 }
 
 TEST_F(Frames, AnnounceThemselvesByTheirLeader) {
-  OpenAndStart();
-  m_pCamera->WaitForNextLeader(70);
-  m_pCamera->ResetWaitForNextLeader();
-  EXPECT_THAT(TakeCalls(), ElementsAre("DSWaitForNextLeader" + sk_s + ", 70)",
-                                       "DSResetWaitForNextLeader" + sk_s + ")"));
-  for (const char* name : {"WaitForNextLeader", "ResetWaitForNextLeader"}) {
-    const std::string function = std::string("DS") + name;
-    m_world.Fail(function, GenTL::GC_ERR_TIMEOUT);
-    EXPECT_EQ(Thrown([&] {
-                if (name[0] == 'W') m_pCamera->WaitForNextLeader(1);
-                if (name[0] == 'R') m_pCamera->ResetWaitForNextLeader();
-              }),
-              GenTLError("TimeoutException", "GC_ERR_TIMEOUT", "Wait for next leader failed",
-                         std::string("Device.cpp, ") + name, function) +
-                  function + " refused");
-  }
+  const char* const sk_failed = "Wait for next leader failed";  // of both operations
+  Operation leader;
+  leader.prepare = [this] { OpenAndStart(); };
+  leader.act = [this] {
+    m_pCamera->WaitForNextLeader(70);
+    m_pCamera->ResetWaitForNextLeader();
+  };
+  leader.steps = {
+      Checked("DSWaitForNextLeader" + sk_s + ", 70)", sk_failed, "Device.cpp, WaitForNextLeader"),
+      Checked("DSResetWaitForNextLeader" + sk_s + ")", sk_failed,
+              "Device.cpp, ResetWaitForNextLeader")};
+  Drive(leader);
 }
 
 }  // namespace

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // Choice, start and stop of streams.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
 #include "Fixture.h"
 #include "GenApiCustom.h"
+#include "TavikLog/ITavikLog.h"
 
 namespace {
 
 using namespace Orvex;
-using testing::ElementsAre;
-using Feature = Scripted::Feature;
 
 const std::string sk_s = "(cam0.stream0";
 
@@ -110,43 +115,92 @@ INSTANTIATE_TEST_SUITE_P(Bounds, AutomaticCount,
 
 // --- start
 
-Calls StartCalls(int numBuffers) {
-  Calls calls;
+Calls RevokeCalls(const std::string& stream, int numBuffers) {
+  Calls calls = {"DSFlushQueue" + stream + ", 4)"};
   for (int i = 0; i < numBuffers; ++i) {
-    calls.push_back("DSAllocAndAnnounceBuffer" + sk_s + ", 16)");
-    calls.push_back("DSQueueBuffer" + sk_s + ")");
+    calls.push_back("DSGetBufferID" + stream + ", 0)");
+    calls.push_back("DSRevokeBuffer" + stream + ")");
   }
   return calls;
 }
 
-Calls RevokeCalls(int numBuffers) {
-  Calls calls = {"DSFlushQueue" + sk_s + ", 4)"};
-  for (int i = 0; i < numBuffers; ++i) {
-    calls.push_back("DSGetBufferID" + sk_s + ", 0)");
-    calls.push_back("DSRevokeBuffer" + sk_s + ")");
+// Of a start of two buffers: each is announced and queued; when one is refused, all before it go.
+Steps AnnounceSteps(const std::string& stream, const std::string& place, int size) {
+  Steps steps;
+  for (int i = 0; i < 2; ++i) {
+    steps.push_back(Checked("DSAllocAndAnnounceBuffer" + stream + ", " + std::to_string(size) + ")",
+                            "Unable to prepare internal buffer", place, RevokeCalls(stream, i)));
+    steps.push_back(Checked("DSQueueBuffer" + stream + ")", "Unable to queue internal buffer",
+                            place, RevokeCalls(stream, i + 1)));
   }
-  return calls;
+  return steps;
 }
 
-using Starting = ScriptedTest;
+// From the start of the host's side on; `ended` are the calls that end the events.
+Steps HostSteps(const std::string& stream, const std::string& place, const Calls& ended) {
+  const Calls undone = Calls{"DSStopAcquisition" + stream + ", 0)"} + ended +
+                       Calls{"GCWritePort(cam0.remote, TLParamsLocked=0)"} + RevokeCalls(stream, 2);
+  return {Checked("DSStartAcquisition" + stream + ", 0, 2)", "Unable to start acquisition", place,
+                  ended + RevokeCalls(stream, 2)),
+          PortAccess("GCWritePort(cam0.remote, TLParamsLocked=1)", undone),
+          PortAccess("GCWritePort(cam0.remote, AcquisitionStart=1)", undone)};
+}
 
-TEST_F(Starting, CallsTheProducerInOrder) {
-  auto& remote = m_world.Camera().remote;
-  remote.Float("AcquisitionFrameRate", 30.5);
-  remote.Integer("PacketResendWindowFrameCount", 3);
-  remote.String("DeviceSerialNumber", "S0001");
-  remote.String("DeviceFirmwareVersion", "1.9");
-  OpenCamera();
-  ForgetCalls();
-  m_pCamera->StartStream(2);
-  const Calls expected =
-      StartCalls(2) + Calls{"DSSetupResendRetryParams" + sk_s + ", 3, 30.5, S0001, 1.9, 0, 0)",
-                            "GCRegisterEvent" + sk_s + ", 1)",
-                            "DSStartAcquisition" + sk_s + ", 0, 2)",
-                            "GCWritePort(cam0.remote, TLParamsLocked=1)",
-                            "GCWritePort(cam0.remote, AcquisitionStart=1)"};
-  EXPECT_EQ(TakeCalls(), expected);
-  m_pCamera->StopStream();
+Steps StopSteps(const std::string& stream, const std::string& place, bool evs) {
+  const char* const sk_unregister = "Unable to unregister new buffer events";
+  Steps steps = {
+      Checked("DSStopAcquisition" + stream + ", 0)", "Unable to stop acquisition", place),
+      Checked("GCUnregisterEvent" + stream + ", 1)", sk_unregister, place)};
+  if (evs) steps.push_back(Checked("GCUnregisterEvent" + stream + ", 1001)", sk_unregister, place));
+  steps.push_back(PortAccess("GCWritePort(cam0.remote, TLParamsLocked=0)"));
+  steps.push_back(Checked("DSFlushQueue" + stream + ", 4)", "Unable to flush queue", place));
+  for (int i = 0; i < 2; ++i) {
+    steps.push_back(
+        Checked("DSGetBufferID" + stream + ", 0)", "Unable to get internal buffer ID", place));
+    steps.push_back(
+        Checked("DSRevokeBuffer" + stream + ")", "Unable to revoke internal buffer", place));
+  }
+  steps.push_back(PortAccess("GCWritePort(cam0.remote, AcquisitionStop=1)"));
+  return steps;
+}
+
+class Starting : public ScriptedTest {
+ protected:
+  // Nothing of a refused start stays: the stream is idle and can be started.
+  void ExpectIdle(size_t stream) {
+    EXPECT_TRUE(m_world.CameraStream(stream).buffers.empty());
+    EXPECT_FALSE(m_world.CameraStream(stream).grabbing);
+    EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(0); }).substr(0, 24), "InvalidArgumentException");
+    EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(2); }), "");
+    EXPECT_EQ(Thrown([&] { m_pCamera->StopStream(); }), "");
+  }
+};
+
+TEST_F(Starting, FollowsItsStepsOrLeavesTheStreamIdle) {
+  const char* const sk_place = "Device.cpp, StartStream";
+  Operation start;
+  start.prepare = [this] {
+    auto& remote = m_world.Camera().remote;
+    remote.Float("AcquisitionFrameRate", 30.5);
+    remote.Integer("PacketResendWindowFrameCount", 3);
+    remote.String("DeviceSerialNumber", "S0001");
+    remote.String("DeviceFirmwareVersion", "1.9");
+    OpenCamera();
+  };
+  start.act = [this] { m_pCamera->StartStream(2); };
+  start.steps =
+      AnnounceSteps(sk_s, sk_place, 16) +
+      Steps{PassedOver("DSSetupResendRetryParams" + sk_s + ", 3, 30.5, S0001, 1.9, 0, 0)"),
+            Checked("GCRegisterEvent" + sk_s + ", 1)", "Unable to register new buffer events",
+                    sk_place, RevokeCalls(sk_s, 2))} +
+      HostSteps(sk_s, sk_place, {"GCUnregisterEvent" + sk_s + ", 1)"});
+  // The size is read afresh for each buffer.
+  start.reads = {PortAccess("GCReadPort(cam0.remote, PayloadSize)", RevokeCalls(sk_s, 0)),
+                 PortAccess("GCReadPort(cam0.remote, PayloadSize)", RevokeCalls(sk_s, 1))};
+  start.after = [this](const Step& step) {
+    if (!step.thrown.empty()) ExpectIdle(0);
+  };
+  Drive(start);
 }
 
 TEST_F(Starting, TakesDefaultsForResendParametersThatCannotBeRead) {
@@ -189,6 +243,7 @@ TEST_P(CameraStart, IsSentToCamerasThatAreOurs) {
 INSTANTIATE_TEST_SUITE_P(Status, CameraStart,
                          testing::Values(AccessRow{"CameraReadWrite", 0, 3, true},
                                          AccessRow{"CameraReadOnly", 1, 2, false},
+                                         AccessRow{"CameraOther", 2, 2, false},
                                          AccessRow{"TransportOpenReadWrite", -1, 2, true},
                                          AccessRow{"TransportReadWrite", -1, 0, true},
                                          AccessRow{"TransportOpenReadOnly", -1, 3, false},
@@ -213,89 +268,25 @@ TEST_F(Starting, RefusesNoBuffersAndNoStreams) {
                        "Device.cpp, StopStream"));
 }
 
-struct StartFailureRow {
-  const char* name;
-  const char* function;
-  int skip;
-  GenTL::GC_ERROR status;
-  std::string thrown;
-  Calls calls;  // from the first call of the start on
-};
-class StartFails : public ScriptedTest, public testing::WithParamInterface<StartFailureRow> {};
-
-TEST_P(StartFails, WithItsMessageAndLeavesTheStreamIdle) {
-  OpenCamera();
-  ForgetCalls();
-  m_world.Fail(GetParam().function, GetParam().status, GetParam().skip);
-  // What a port throws may come with the node's name before it.
-  const std::string thrown = Thrown([&] { m_pCamera->StartStream(2); });
-  const std::string expected = GetParam().thrown + GetParam().function + " refused";
-  const size_t description = expected.find(" | ") + 3;
-  EXPECT_THAT(thrown, testing::StartsWith(expected.substr(0, description)));
-  EXPECT_THAT(thrown, testing::EndsWith(expected.substr(description)));
-  EXPECT_EQ(TakeCalls(), GetParam().calls);
-  EXPECT_TRUE(m_world.CameraStream().buffers.empty());
-  EXPECT_FALSE(m_world.CameraStream().grabbing);
-  EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(0); }).substr(0, 24), "InvalidArgumentException");
-  m_pCamera->StartStream(2);  // works now
-  m_pCamera->StopStream();
-}
-
-std::string StartError(const char* exceptionClass, const char* label, const char* whatFailed,
-                       const char* gentlName) {
-  return GenTLError(exceptionClass, label, whatFailed, "Device.cpp, StartStream", gentlName);
-}
-
-const Calls sk_resend = {"DSSetupResendRetryParams" + sk_s + ", 0, 0.0, , , 0, 0)"};
-const Calls sk_register = {"GCRegisterEvent" + sk_s + ", 1)"};
-const Calls sk_hostStart = {"DSStartAcquisition" + sk_s + ", 0, 2)"};
-const Calls sk_unregister = {"GCUnregisterEvent" + sk_s + ", 1)"};
-const Calls sk_lock = {"GCWritePort(cam0.remote, TLParamsLocked=1)"};
-const Calls sk_unlock = {"GCWritePort(cam0.remote, TLParamsLocked=0)"};
-const Calls sk_cameraStart = {"GCWritePort(cam0.remote, AcquisitionStart=1)"};
-const Calls sk_hostStop = {"DSStopAcquisition" + sk_s + ", 0)"};
-
-INSTANTIATE_TEST_SUITE_P(
-    EachStep, StartFails,
-    testing::Values(
-        StartFailureRow{
-            "SecondAnnounce", "DSAllocAndAnnounceBuffer", 1, GenTL::GC_ERR_OUT_OF_MEMORY,
-            StartError("RuntimeException", "GC_ERR_OUT_OF_MEMORY",
-                       "Unable to prepare internal buffer", "DSAllocAndAnnounceBuffer"),
-            StartCalls(1) + Calls{"DSAllocAndAnnounceBuffer" + sk_s + ", 16)"} + RevokeCalls(1)},
-        StartFailureRow{"FirstQueue", "DSQueueBuffer", 0, GenTL::GC_ERR_INVALID_HANDLE,
-                        StartError("InvalidArgumentException", "GC_ERR_INVALID_HANDLE",
-                                   "Unable to queue internal buffer", "DSQueueBuffer"),
-                        StartCalls(1) + RevokeCalls(1)},
-        StartFailureRow{"Event", "GCRegisterEvent", 0, GenTL::GC_ERR_RESOURCE_IN_USE,
-                        StartError("LogicalErrorException", "GC_ERR_RESOURCE_IN_USE",
-                                   "Unable to register new buffer events", "GCRegisterEvent"),
-                        StartCalls(2) + sk_resend + sk_register + RevokeCalls(2)},
-        StartFailureRow{"Host", "DSStartAcquisition", 0, GenTL::GC_ERR_INVALID_BUFFER,
-                        StartError("InvalidArgumentException", "GC_ERR_INVALID_BUFFER",
-                                   "Unable to start acquisition", "DSStartAcquisition"),
-                        StartCalls(2) + sk_resend + sk_register + sk_hostStart + sk_unregister +
-                            RevokeCalls(2)},
-        StartFailureRow{
-            "Camera", "GCWritePort", 1, GenTL::GC_ERR_IO,
-            GenTLError("RuntimeException", "GC_ERR_IO", "Unable to write port: GCWritePort refused",
-                       "Port.cpp, Write", "GCWritePort"),
-            StartCalls(2) + sk_resend + sk_register + sk_hostStart + sk_lock + sk_cameraStart +
-                sk_hostStop + sk_unregister + sk_unlock + RevokeCalls(2)}),
-    [](const auto& info) { return std::string(info.param.name); });
-
 TEST_F(Starting, ReportsTheCleanUpWhenThatFailsToo) {
-  OpenCamera();
-  m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
-  m_world.Fail("DSRevokeBuffer", GenTL::GC_ERR_BUSY);
-  EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(1); }),
-            GenTLError("RuntimeException", "GC_ERR_BUSY", "Unable to revoke internal buffer",
-                       "Device.cpp, CleanupAnnouncedBuffersOnStartFailure", "DSRevokeBuffer") +
-                "DSRevokeBuffer refused");
+  const std::pair<const char*, const char*> sk_steps[] = {
+      {"DSFlushQueue", "Unable to flush queue"},
+      {"DSGetBufferID", "Unable to get internal buffer ID"},
+      {"DSRevokeBuffer", "Unable to revoke internal buffer"}};
+  for (const auto& [function, whatFailed] : sk_steps) {
+    Restart();
+    OpenCamera();
+    m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
+    m_world.Fail(function, GenTL::GC_ERR_BUSY);
+    EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(1); }),
+              GenTLError("RuntimeException", "GC_ERR_BUSY", whatFailed,
+                         "Device.cpp, CleanupAnnouncedBuffersOnStartFailure", function) +
+                  function + " refused");
+  }
+  Restart();
   m_world.CameraStream().url = "file:/nowhere/stream.xml";
-  DestroyCamera();
-  m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
   OpenCamera();
+  m_world.Fail("DSQueueBuffer", GenTL::GC_ERR_IO);
   EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(1); }),
             GenTLError("InvalidArgumentException", "GC_ERR_INVALID_HANDLE",
                        "Unable to get TLDatastream nodemap, NULL returned",
@@ -306,37 +297,54 @@ TEST_F(Starting, ReportsTheCleanUpWhenThatFailsToo) {
 // --- TCP
 
 TEST_F(Starting, OverTcpForcesThePacketSizeAndStoppingRestoresIt) {
-  auto& camera = m_world.Camera();
-  camera.AddStream();
-  camera.remote.Boolean("TCPEnable", true);
-  camera.remote.Integer("DeviceStreamChannelPacketSize", 1500);
-  Feature& packetSize = *camera.remote.Find("DeviceStreamChannelPacketSize");
-  OpenCamera()->StartStream(1);
-  EXPECT_TRUE(m_world.CameraStream(1).grabbing);
-  EXPECT_EQ(packetSize.integer, 9000);
-  m_pCamera->StopStream();
-  EXPECT_EQ(packetSize.integer, 1500);
-  // Kept on purpose: a start that fails leaves the size.
-  m_world.Fail("DSStartAcquisition", GenTL::GC_ERR_IO);
-  EXPECT_NE(Thrown([&] { m_pCamera->StartStream(1); }), "");
-  EXPECT_EQ(packetSize.integer, 9000);
+  const std::string s = "(cam0.stream1";
+  const auto packetSize = [](const char* value) {
+    return PortAccess(std::string("GCWritePort(cam0.remote, DeviceStreamChannelPacketSize=") +
+                      value + ")");
+  };
+  Operation start;
+  start.prepare = [this] {
+    auto& camera = m_world.Camera();
+    camera.AddStream();
+    camera.remote.Boolean("TCPEnable", true);
+    camera.remote.Integer("DeviceStreamChannelPacketSize", 1500);
+    OpenCamera();
+  };
+  start.act = [this] { m_pCamera->StartStream(2); };
+  start.steps =
+      Steps{packetSize("9000")} + AnnounceSteps(s, "Device.cpp, StartStream", 16) +
+      Steps{PassedOver("DSSetupResendRetryParams" + s + ", 0, 0.0, , , 0, 0)"),
+            Checked("GCRegisterEvent" + s + ", 1)", "Unable to register new buffer events",
+                    "Device.cpp, StartStream", RevokeCalls(s, 2))} +
+      HostSteps(s, "Device.cpp, StartStream", {"GCUnregisterEvent" + s + ", 1)"});
+  start.after = [this](const Step& step) {
+    // Kept on purpose: a start that fails leaves the size.
+    const bool forced = step.call != "GCWritePort(cam0.remote, DeviceStreamChannelPacketSize=9000)";
+    EXPECT_EQ(m_world.Camera().remote.Find("DeviceStreamChannelPacketSize")->integer,
+              forced ? 9000 : 1500);
+  };
+  Drive(start);
+
+  Operation stop;
+  stop.prepare = [&] {
+    start.prepare();
+    start.act();
+  };
+  stop.act = [this] { m_pCamera->StopStream(); };
+  stop.steps = StopSteps(s, "Device.cpp, StopStream", false) + Steps{packetSize("1500")};
+  Drive(stop);
 }
 
 // --- stop
 
-class Stopping : public ScriptedTest {
- protected:
-  void OpenAndStart(size_t numBuffers) {
-    OpenCamera()->StartStream(numBuffers);
-    ForgetCalls();
-  }
-};
+using Stopping = ScriptedTest;
 
-TEST_F(Stopping, CallsTheProducerInOrderAndTellsTheCameraLast) {
-  OpenAndStart(2);
-  m_pCamera->StopStream();
-  EXPECT_EQ(TakeCalls(), (sk_hostStop + sk_unregister + sk_unlock + RevokeCalls(2) +
-                          Calls{"GCWritePort(cam0.remote, AcquisitionStop=1)"}));
+TEST_F(Stopping, FollowsItsStepsAndTellsTheCameraLast) {
+  Operation stop;
+  stop.prepare = [this] { OpenCamera()->StartStream(2); };
+  stop.act = [this] { m_pCamera->StopStream(); };
+  stop.steps = StopSteps(sk_s, "Device.cpp, StopStream", false);
+  Drive(stop);
 }
 
 TEST_F(Stopping, OfAStreamThatDoesNotRunFails) {
@@ -348,33 +356,9 @@ TEST_F(Stopping, OfAStreamThatDoesNotRunFails) {
           "DSStopAcquisition refused");
 }
 
-struct StopFailureRow {
-  const char* function;
-  const char* whatFailed;
-};
-class StopFails : public Stopping, public testing::WithParamInterface<StopFailureRow> {};
-
-TEST_P(StopFails, WithItsMessage) {
-  OpenAndStart(1);
-  m_world.Fail(GetParam().function, GenTL::GC_ERR_IO);
-  EXPECT_EQ(Thrown([&] { m_pCamera->StopStream(); }),
-            GenTLError("RuntimeException", "GC_ERR_IO", GetParam().whatFailed,
-                       "Device.cpp, StopStream", GetParam().function) +
-                GetParam().function + " refused");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    EachStep, StopFails,
-    testing::Values(StopFailureRow{"DSStopAcquisition", "Unable to stop acquisition"},
-                    StopFailureRow{"GCUnregisterEvent", "Unable to unregister new buffer events"},
-                    StopFailureRow{"DSFlushQueue", "Unable to flush queue"},
-                    StopFailureRow{"DSGetBufferID", "Unable to get internal buffer ID"},
-                    StopFailureRow{"DSRevokeBuffer", "Unable to revoke internal buffer"}),
-    [](const auto& info) { return std::string(info.param.function); });
-
 TEST_F(Stopping, NeedsTheCamerasStopCommand) {
   m_world.Camera().remote.Remove("AcquisitionStop");
-  OpenAndStart(1);
+  OpenCamera()->StartStream(1);
   EXPECT_EQ(Thrown([&] { m_pCamera->StopStream(); }),
             PlainError("RuntimeException",
                        "Unable to stop acquisition because Acquisition Stop node doesn't exist",
@@ -384,9 +368,9 @@ TEST_F(Stopping, NeedsTheCamerasStopCommand) {
 
 // --- event-based sensors
 
-class EventSensor : public ScriptedTest {
+class EventSensor : public Starting {
  protected:
-  EventSensor() {
+  void MakeEventSensor() {
     auto& camera = m_world.Camera();
     for (int i = 0; i < 3; ++i) camera.AddStream();
     camera.remote.Enumeration("EventFormat", {"EVT3_0"}, 0);
@@ -406,6 +390,7 @@ struct SizeRow {
 class EventFrame : public EventSensor, public testing::WithParamInterface<SizeRow> {};
 
 TEST_P(EventFrame, HasTheSizeOfItsFormat) {
+  MakeEventSensor();
   auto& camera = m_world.Camera();
   camera.remote.Find("Width")->integer = GetParam().width;
   camera.remote.Find("Height")->integer = GetParam().height;
@@ -424,41 +409,81 @@ INSTANTIATE_TEST_SUITE_P(Formats, EventFrame,
                                          SizeRow{"Cd24", 3, 1, 640, 480, 921600}),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(EventSensor, RegistersAndUnregistersBothEvents) {
-  OpenCamera();
-  ForgetCalls();
-  m_pCamera->StartStream(1);
+TEST_F(EventSensor, FollowsItsStepsOrLeavesTheStreamIdle) {
   const std::string s = "(cam0.stream3";
-  EXPECT_THAT(TakeCalls(),
-              ElementsAre("DSAllocAndAnnounceBuffer" + s + ", 16)", "DSQueueBuffer" + s + ")",
-                          "DSSetupResendRetryParams" + s + ", 0, 0.0, , , 8, 2)",
-                          "GCRegisterEvent" + s + ", 1)", "GCRegisterEvent" + s + ", 1001)",
-                          "DSStartAcquisition" + s + ", 0, 1)",
-                          "GCWritePort(cam0.remote, TLParamsLocked=1)",
-                          "GCWritePort(cam0.remote, AcquisitionStart=1)"));
-  m_pCamera->StopStream();
-  EXPECT_THAT(
-      TakeCalls(),
-      ElementsAre("DSStopAcquisition" + s + ", 0)", "GCUnregisterEvent" + s + ", 1)",
-                  "GCUnregisterEvent" + s + ", 1001)", "GCWritePort(cam0.remote, TLParamsLocked=0)",
-                  "DSFlushQueue" + s + ", 4)", "DSGetBufferID" + s + ", 0)",
-                  "DSRevokeBuffer" + s + ")", "GCWritePort(cam0.remote, AcquisitionStop=1)"));
+  const char* const sk_place = "Device.cpp, StartStreamEVS";
+  const char* const sk_register = "Unable to register new buffer events";
+  const Calls ended = {"GCUnregisterEvent" + s + ", 1)", "GCUnregisterEvent" + s + ", 1001)"};
+  Operation start;
+  start.prepare = [this] {
+    MakeEventSensor();
+    OpenCamera();
+  };
+  start.act = [this] { m_pCamera->StartStream(2); };
+  start.steps =
+      AnnounceSteps(s, sk_place, 16) +
+      Steps{PassedOver("DSSetupResendRetryParams" + s + ", 0, 0.0, , , 8, 2)"),
+            Checked("GCRegisterEvent" + s + ", 1)", sk_register, sk_place, RevokeCalls(s, 2)),
+            Checked("GCRegisterEvent" + s + ", 1001)", sk_register, sk_place,
+                    RevokeCalls(s, 2) + Calls{ended[0]})} +
+      HostSteps(s, sk_place, ended);
+  start.after = [this](const Step& step) {
+    if (!step.thrown.empty()) ExpectIdle(3);
+  };
+  Drive(start);
+
+  Operation stop;
+  stop.prepare = [this] {
+    MakeEventSensor();
+    OpenCamera()->StartStream(2);
+  };
+  stop.act = [this] { m_pCamera->StopStream(); };
+  stop.steps = StopSteps(s, "Device.cpp, StopStreamEVS", true);
+  Drive(stop);
 }
 
-TEST_F(EventSensor, NamesItsOperationsInMessages) {
+// --- what is logged
+
+// Sees every record on its way out and lets none go.
+class LogRecorder : public TavikLog::IFilterOut {
+ public:
+  int OnFilterOut(const std::string& text) override {
+    const auto record = nlohmann::json::parse(text);
+    records.push_back(std::to_string(record.at("level").get<int>()) + " " +
+                      record.at("message").get<std::string>());
+    return 0;
+  }
+  Calls records;
+};
+
+TEST_F(EventSensor, TellsItsBuffersAndWhatIsNotSupportedToTheLog) {
+  namespace fs = std::filesystem;
+  const fs::path before = fs::current_path();
+  const fs::path folder =
+      fs::temp_directory_path() / ("orvex-stream-log-" + std::to_string(::getpid()));
+  fs::create_directory(folder);
+  fs::current_path(folder);
+  std::ofstream("tavik_log.conf")
+      << R"({"ports": {"orvex_in": 0, "orvex_out": 0, "qx_in": 0}, "levels": {"orvex": 400},
+           "logging": {"console": false, "json": false, "file": false}})";
+  LogRecorder recorder;
+  MakeEventSensor();
   OpenCamera();
-  m_world.Fail("GCRegisterEvent", GenTL::GC_ERR_IO, 1);
-  EXPECT_EQ(Thrown([&] { m_pCamera->StartStream(1); }),
-            GenTLError("RuntimeException", "GC_ERR_IO", "Unable to register new buffer events",
-                       "Device.cpp, StartStreamEVS", "GCRegisterEvent") +
-                "GCRegisterEvent refused");
-  EXPECT_TRUE(m_world.CameraStream(3).buffers.empty());
-  m_pCamera->StartStream(1);
-  m_world.Fail("GCUnregisterEvent", GenTL::GC_ERR_IO, 1);
-  EXPECT_EQ(Thrown([&] { m_pCamera->StopStream(); }),
-            GenTLError("RuntimeException", "GC_ERR_IO", "Unable to unregister new buffer events",
-                       "Device.cpp, StopStreamEVS", "GCUnregisterEvent") +
-                "GCUnregisterEvent refused");
+  TavikLog::Init()->RegisterFilterOut(&recorder);
+  m_pCamera->StartStream(10);
+  m_pCamera->StopStream();
+  EXPECT_NE(Thrown([&] { ChooseStream(m_pCamera->GetNodeMap(), 3); }), "");
+  DestroyCamera();
+  m_world.Camera().remote.Enumeration("EventFormat", {"EVT2_1"}, 0);
+  OpenCamera();
+  EXPECT_NE(Thrown([&] { m_pCamera->StartStream(1); }), "");
+  EXPECT_THAT(recorder.records,
+              testing::ElementsAre("400 Orvex::Device(): Using 10 image buffers of size 16 bytes.",
+                                   "200 Unsupported Event Format Detected: EVT3_0",
+                                   "200 Unsupported Event Format Detected(2): EVT2_1"));
+  Restart();
+  fs::current_path(before);
+  fs::remove_all(folder);
 }
 
 }  // namespace
