@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "gigevision/Bootstrap.h"
+#include "gigevision/TcpStream.h"
 #include "simulator/CameraCore.h"
 #include "simulator/Limits.h"
 
@@ -164,6 +165,23 @@ void CameraCore::AddBootstrapRegisters() {
   map.AddWord(B::sk_mcsp, [this] { return messageSourcePort ? messageSourcePort() : 0u; });
   map.AddReservedArea(B::sk_mcp, B::sk_mcsp + 4);
   AddStreamRegisters();
+  // A foreign description has its own registers in the manufacturer's space.
+  if (m_options.descriptionFile.empty()) AddTcpRegisters();
+}
+
+void CameraCore::AddTcpRegisters() {
+  namespace G = GigEVision;
+  RegisterMap& map = m_registers;
+  map.AddWord(G::sk_tcpSignatureRegister, Constant(G::sk_tcpSignature));
+  map.AddWord(G::sk_tcpVersionRegister, Constant(uint32_t{G::sk_tcpMajor} << 16 | G::sk_tcpMinor));
+  map.AddWord(G::sk_tcpPortRegister, [this] { return tcpPort ? tcpPort() : 0u; });
+  map.AddWord(G::sk_tcpKeyRegister, Constant(0), [this](uint32_t key) {
+    if (acquisition.active) return Status::WriteProtect;
+    if (setTcpKey) setTcpKey(key);
+    return Status::Success;
+  });
+  map.AddWord(G::sk_tcpStateRegister, [this] { return tcpConnected && tcpConnected() ? 1u : 0u; });
+  map.AddWord(G::sk_tcpLimitRegister, Constant(G::sk_tcpUsualContent));
 }
 
 void CameraCore::AddStreamRegisters() {

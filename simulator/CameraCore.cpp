@@ -248,6 +248,7 @@ std::deque<DeviceEvent> CameraCore::TakeEvents() {
 void CameraCore::CloseControl() {
   control.owner.reset();
   control.privilege = 0;
+  if (setTcpKey) setTcpKey(0);
   message = {};
   m_events.clear();
   m_tlParamsLocked->Force(0);
@@ -278,13 +279,14 @@ void CameraCore::ResetDevice() {
 }
 
 void CameraCore::ApplySettings() {
-  for (const auto& [name, value] : m_options.settings) {
-    Feature* feature = m_features.Find(name);
-    if (feature == nullptr) throw std::invalid_argument("the camera has no feature '" + name + "'");
-    if (IsError(feature->SetFromText(value))) {
-      throw std::invalid_argument("'" + value + "' cannot be the start value of " + name);
-    }
-  }
+  for (const auto& [name, value] : m_options.settings) SetFeature(name, value);
+}
+
+void CameraCore::SetFeature(const std::string& name, const std::string& value) {
+  Feature* feature = m_features.Find(name);
+  if (feature == nullptr) throw std::invalid_argument("the camera has no feature '" + name + "'");
+  if (IsError(feature->SetFromText(value)))
+    throw std::invalid_argument("'" + value + "' cannot be the value of " + name);
 }
 
 }  // namespace OrvexSim

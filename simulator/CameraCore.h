@@ -4,6 +4,7 @@
 // control server and the streamer, each on its own thread, meet here. Everything is guarded by
 // Mutex() unless said otherwise; functions that need it held say so by taking a Lock.
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -16,6 +17,7 @@
 #include "simulator/CameraOptions.h"
 #include "simulator/Chunks.h"
 #include "simulator/Events.h"
+#include "simulator/Faults.h"
 #include "simulator/Feature.h"
 #include "simulator/FileStore.h"
 #include "simulator/Model.h"
@@ -101,11 +103,15 @@ class CameraCore {
   ControlState control;
   MessageState message;
   StreamState stream;
+  // Registers that refuse all access, and those that take SimSlowTime to answer.
+  std::vector<AddressRange> deniedRegisters, slowRegisters;
   ActionState action;
   AcquisitionState acquisition;
   Clock::time_point silentUntil;        // neither hears nor says anything before
   std::optional<uint32_t> nextAddress;  // the control thread is to move there
-  Endpoint caller;                      // who sent the command being handled
+  // Counted since the camera was made; any thread.
+  std::atomic<uint64_t> framesSent = 0, resendRequests = 0, packetsResent = 0;
+  Endpoint caller;  // who sent the command being handled
 
   // ---- device clock: nanoseconds; any thread ----
   uint64_t Now() const;
@@ -121,6 +127,8 @@ class CameraCore {
   // The same for an event that the host may have switched on; carries the block id as data.
   void Notify(EventKind kind, uint64_t blockId, uint64_t timestamp);
   std::deque<DeviceEvent> TakeEvents();
+  // With all checks of a write from the host. Throws std::invalid_argument.
+  void SetFeature(const std::string& name, const std::string& value);
   void CloseControl();  // the owner left or fell silent
   Status WriteCcp(uint32_t value);
   std::string Serial() const { return m_serial; }
@@ -138,6 +146,10 @@ class CameraCore {
   std::function<void()> wakeControl;                  // something is queued for the control thread
   std::function<bool(uint32_t size)> sendTestPacket;  // on the stream channel
   std::function<uint32_t()> streamSourcePort, messageSourcePort;
+  // The stream channel over TCP: its port, whether a host is connected, a new key (0 closes).
+  std::function<uint32_t()> tcpPort;
+  std::function<bool()> tcpConnected;
+  std::function<void(uint32_t key)> setTcpKey;
 
   Feature& F(const char* name) const;  // a feature that must exist
 
@@ -148,6 +160,7 @@ class CameraCore {
   void AddTransportFeatures();   // TransportFeatures.cpp
   void AddBootstrapRegisters();  // BootstrapRegisters.cpp
   void AddStreamRegisters();
+  void AddTcpRegisters();
   void BuildDescription();
   void LoadDescription();
   void ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);

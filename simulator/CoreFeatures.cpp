@@ -280,6 +280,36 @@ void CameraCore::AddDeviceFeatures() {
 void CameraCore::AddSimulatorFeatures() {
   AddFaultFeatures(m_features);
   FeatureTable& t = m_features;
+  const auto registers = [&](const char* name, std::vector<AddressRange>& ranges,
+                             const char* docu) {
+    Feature* feature = &t.String(name, sk_faultListSize).Custom().Expert();
+    feature
+        ->OnSetText([this](const std::string& text) {
+          std::vector<AddressRange> parsed;
+          return ParseAddressList(text, m_features, parsed) ? Status::Success
+                                                            : Status::InvalidParameter;
+        })
+        .Then([this, feature, &ranges] { ParseAddressList(feature->Text(), m_features, ranges); })
+        .Docu(docu);
+  };
+  registers("SimDenyRegisters", deniedRegisters,
+            "Registers that refuse all access: names of features, addresses, or ranges of them, "
+            "separated by commas.");
+  registers("SimSlowRegisters", slowRegisters,
+            "Registers that take SimSlowTime to answer, listed likewise.");
+  const auto counter = [&](const char* name, const std::atomic<uint64_t>& count, const char* docu) {
+    t.Integer(name)
+        .Custom()
+        .Expert()
+        .ReadOnly()
+        .Volatile()
+        .Size(8)
+        .Get([&count] { return static_cast<int64_t>(count.load()); })
+        .Docu(docu);
+  };
+  counter("SimFramesSent", framesSent, "Frames that were sent to their end.");
+  counter("SimResendRequests", resendRequests, "Requests for packets to be sent again.");
+  counter("SimPacketsResent", packetsResent, "Packets sent again.");
   t.Integer("SimSilenceTime")
       .Custom()
       .Expert()

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <stdexcept>
 
@@ -222,6 +223,29 @@ Status Feature::SetFromText(const std::string& text) {
     return used == text.size() ? SetInt(value) : Status::InvalidParameter;
   } catch (const std::exception&) {
     return Status::InvalidParameter;  // no number, or one out of all range
+  }
+}
+
+std::string Feature::ToText() const {
+  switch (m_kind) {
+    case Kind::Float: {
+      char text[40];
+      return std::string(text, std::to_chars(text, text + sizeof text, Real()).ptr);
+    }
+    case Kind::Boolean:
+      return Bool() ? "true" : "false";
+    case Kind::Enumeration:
+      for (const EnumEntry& entry : m_entries) {
+        if (entry.value == Int()) return entry.name;
+      }
+      return {};
+    case Kind::String:
+      return Text();
+    case Kind::Bytes:
+    case Kind::Command:
+      return {};
+    default:
+      return std::to_string(Int());
   }
 }
 

@@ -91,11 +91,16 @@ class Feature {
   Status SetText(const std::string& value);
   // A number, the name of an entry, true or false, or text, as the kind asks; commands ignore it.
   Status SetFromText(const std::string& text);
+  // The same the other way: what SetFromText reads.
+  std::string ToText() const;
   // Without checks, for the camera itself.
   void Force(int64_t value, size_t index = 0) { m_ints[index] = value; }
   void ForceReal(double value, size_t index = 0) { m_reals[index] = value; }
 
   const std::string& Name() const { return m_name; }
+  // Its registers, known once the table is built; 0 where there is none.
+  uint32_t Address() const { return m_address; }
+  uint32_t Bytes() const { return RegisterLength() * static_cast<uint32_t>(m_count); }
   bool Stored() const;  // part of user sets
 
  private:

@@ -4,15 +4,23 @@
 // packets again. Frames live in the streamer's ring; the streaming thread fills and sends them, the
 // control thread reads them for resends under the ring's lock.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "gigevision/Gvsp.h"
 #include "simulator/Painter.h"
 
 namespace OrvexSim {
+
+// What one packet of a frame carries.
+struct FramePart {
+  GigEVision::PacketFormat format{};
+  std::span<const uint8_t> content;
+};
 
 struct Frame {
   // Filled by the model.
@@ -36,6 +44,14 @@ struct Frame {
     return static_cast<uint32_t>((size + dataPerPacket - 1) / dataPerPacket);
   }
   uint32_t TrailerId() const { return DataPackets() + 1; }
+  FramePart Part(uint32_t packetId) const {
+    if (packetId == 0) return {GigEVision::PacketFormat::Leader, {leader.data(), leaderSize}};
+    if (packetId == TrailerId())
+      return {GigEVision::PacketFormat::Trailer, {trailer.data(), trailerSize}};
+    const size_t offset = size_t{packetId - 1} * dataPerPacket;
+    return {GigEVision::PacketFormat::Payload,
+            {data.data() + offset, std::min(dataPerPacket, size - offset)}};
+  }
 };
 
 }  // namespace OrvexSim

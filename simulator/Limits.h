@@ -21,7 +21,9 @@ inline constexpr uint32_t sk_minPacketSize = 576;
 inline constexpr uint32_t sk_maxPacketSize = 16384;
 inline constexpr uint32_t sk_maxRegisterDelayMs = 60000;
 inline constexpr uint32_t sk_maxFileBytes = 1u << 20;  // of each file in the camera
-inline constexpr size_t sk_maxListedRanges = 64;       // of packets to lose
+inline constexpr size_t sk_maxListedRanges = 64;       // of packets or registers with a fault
+inline constexpr size_t sk_maxGreetings = 8;           // TCP connections not yet accepted
+inline constexpr size_t sk_maxLateAnswers = 16;        // of slow registers, at once
 
 inline constexpr uint32_t sk_maxPictureSide = 1u << 16;
 inline constexpr uint64_t sk_maxPicturePixels = uint64_t{1} << 27;

@@ -49,20 +49,10 @@ Packet MakePacket(const Frame& frame, uint32_t packetId, Status status, bool res
   header.blockId = frame.blockId;
   header.packetId = packetId;
   Packet packet;
-  if (packetId == 0) {
-    header.format = PacketFormat::Leader;
-    packet.content = frame.leader.data();
-    packet.contentSize = frame.leaderSize;
-  } else if (packetId == frame.TrailerId()) {
-    header.format = PacketFormat::Trailer;
-    packet.content = frame.trailer.data();
-    packet.contentSize = frame.trailerSize;
-  } else {
-    header.format = PacketFormat::Payload;
-    const size_t offset = size_t{packetId - 1} * frame.dataPerPacket;
-    packet.content = frame.data.data() + offset;
-    packet.contentSize = std::min(frame.dataPerPacket, frame.size - offset);
-  }
+  const FramePart part = frame.Part(packetId);
+  header.format = part.format;
+  packet.content = part.content.data();
+  packet.contentSize = part.content.size();
   packet.headerSize = EncodePacketHeader(packet.header, header);
   return packet;
 }
@@ -91,10 +81,12 @@ void PacketSender::SetDoNotFragment(bool on) {
   ::setsockopt(m_fd.Get(), IPPROTO_IP, IP_MTU_DISCOVER, &mode, sizeof mode);
 }
 
-void PacketSender::Wait(const Route& route, Clock::time_point& next) {
-  if (route.bytesPerSecond == 0 && route.packetDelayNs == 0) return;
-  const Clock::time_point now = Clock::now();
-  if (next - now < sk_shortestSleep) return;
+void PacketSender::Wait(const Route& route, Clock::time_point next) {
+  if (route.bytesPerSecond != 0 || route.packetDelayNs != 0) Sleep(next);
+}
+
+void PacketSender::Sleep(Clock::time_point next) {
+  if (next - Clock::now() < sk_shortestSleep) return;
   const auto nanoseconds =
       std::chrono::duration_cast<std::chrono::nanoseconds>(next.time_since_epoch()).count();
   const timespec until{static_cast<time_t>(nanoseconds / 1'000'000'000),
@@ -200,29 +192,33 @@ void PacketSender::SendFrame(Frame& frame, const Route& route, const std::atomic
 void PacketSender::SendFaulty(Frame& frame, const Route& route, const FaultSettings& faults,
                               const std::atomic<bool>& stop) {
   SetDoNotFragment(route.doNotFragment);
-  FaultDice dice(faults, frame.blockId);
+  FaultDice dice(faults, frame.blockId, frame.TrailerId());
   struct Held {
     uint32_t packet, after;  // goes out once this many packets have overtaken it
   };
   std::vector<Held> held;
   const auto send = [&](uint32_t packet) {
-    if (dice.Hit(faults.corrupt)) {
+    if (dice.Happens(PacketFault::Corrupt, packet)) {
       SendCorrupt(frame, packet, route, dice);
     } else {
       SendPacket(frame, packet, route, Status::Success, false);
     }
-    if (dice.Hit(faults.duplicate)) SendPacket(frame, packet, route, Status::Success, false);
+    if (dice.Happens(PacketFault::Duplicate, packet))
+      SendPacket(frame, packet, route, Status::Success, false);
   };
   Clock::time_point next = Clock::now();
   const uint32_t trailer = frame.TrailerId();
   for (uint32_t packet = 0; packet <= trailer && !stop.load(std::memory_order_relaxed); ++packet) {
     Wait(route, next);
-    const bool lost = packet == 0         ? dice.Hit(faults.loseLeader) || dice.Drops(0)
-                      : packet == trailer ? dice.Hit(faults.loseTrailer)
-                                          : dice.Drops(packet);
-    if (packet != 0 && packet != trailer && dice.Hit(faults.delay))
-      next += std::chrono::microseconds(faults.delayUs);
-    if (!lost && packet != 0 && packet != trailer && dice.Hit(faults.reorder)) {
+    const double share = packet == 0         ? faults.loseLeader
+                         : packet == trailer ? faults.loseTrailer
+                                             : 0;
+    const bool lost = dice.Hit(share) || dice.Happens(PacketFault::Drop, packet);
+    if (dice.Happens(PacketFault::Delay, packet)) {
+      next = std::max(next, Clock::now()) + std::chrono::microseconds(faults.delayUs);
+      Sleep(next);
+    }
+    if (!lost && dice.Happens(PacketFault::Reorder, packet)) {
       held.push_back({packet, faults.reorderDistance});
     } else if (!lost) {
       send(packet);

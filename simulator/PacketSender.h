@@ -45,6 +45,9 @@ class PacketSender {
                    Status status, bool rangeError = false);
   // A test packet of this IP datagram size, never fragmented; false when it cannot leave.
   bool SendTest(uint32_t size, const Endpoint& destination);
+  // Sleeps until `next` where the route has a limit.
+  static void Wait(const Route& route, Clock::time_point next);
+  static void Sleep(Clock::time_point until);
 
  private:
   void SetDoNotFragment(bool on);
@@ -52,7 +55,6 @@ class PacketSender {
   size_t SendRun(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   bool SendSegmented(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
   void SendEach(const Frame& frame, uint32_t firstPacket, size_t count, const Route& route);
-  void Wait(const Route& route, Clock::time_point& next);
 
   UniqueFd m_fd;
   std::atomic<uint32_t> m_mtu;

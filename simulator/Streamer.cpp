@@ -23,8 +23,9 @@ Clock::duration Microseconds(double us) {
 
 }  // namespace
 
-Streamer::Streamer(CameraCore& camera)
+Streamer::Streamer(CameraCore& camera, TcpChannel& tcp)
     : m_camera(camera),
+      m_tcp(tcp),
       m_sender(camera.network.ip, camera.network.mtu, camera.Options().pathLimit) {
   const size_t count =
       std::clamp<size_t>(camera.Options().framesKept, sk_minFramesKept, sk_maxFramesKept);
@@ -46,6 +47,7 @@ void Streamer::Stop() {
     m_stop = true;
   }
   m_camera.Changed().notify_all();
+  m_tcp.Close();  // a sender may be waiting for the host
   if (m_thread.joinable()) m_thread.join();
 }
 
@@ -145,15 +147,50 @@ void Streamer::FillLeaderAndTrailer(Frame& frame, uint32_t chunkLayout) {
   frame.trailerSize = EncodeTrailer(frame.trailer, trailer);
 }
 
+// Frames whose time passed while the connection was full: they are never begun, their ids are
+// consumed.
+uint64_t Streamer::SkipMissed(Clock::duration period) {
+  const bool paced =
+      !m_camera.F("TriggerMode").Bool() && (m_camera.F("AcquisitionFrameRateEnable").Bool() ||
+                                            m_camera.TheModel().PeriodUs(m_frameNumber) > 0);
+  const Clock::duration late = Clock::now() - m_start;
+  if (!std::exchange(m_tcpWaited, false) || !paced || late <= period) return 0;
+  const auto missed = static_cast<uint64_t>(late / period);
+  m_start += static_cast<int64_t>(missed) * period;
+  m_blockId += missed;
+  m_frameNumber += missed;
+  uint64_t& left = m_camera.acquisition.framesLeft;
+  if (left != 0) left -= std::min(missed, left - 1);
+  return missed;
+}
+
+// In batches, so that a limit of the throughput spreads them over the time of the frame.
+void Streamer::SendOverTcp(TcpConnection& tcp, const Frame& frame, const Route& route,
+                           bool previousDropped) {
+  constexpr uint32_t sk_batch = 16;
+  Clock::time_point next = Clock::now();
+  for (uint32_t first = 0; first <= frame.TrailerId() && !m_stop; first += sk_batch) {
+    PacketSender::Wait(route, next);
+    const uint32_t last = std::min(first + sk_batch - 1, frame.TrailerId());
+    if (!tcp.SendRecords(frame, first, last, previousDropped, m_tcpWaited)) return;
+    if (route.bytesPerSecond != 0) {
+      next += std::chrono::nanoseconds(frame.dataPerPacket * sk_batch * 1'000'000'000 /
+                                       route.bytesPerSecond);
+    }
+  }
+}
+
 void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   const Route route = TakeRoute();
-  const bool extendedIds = m_camera.stream.extendedIds;
+  const std::shared_ptr<TcpConnection> tcp = m_tcp.Connection();
+  const bool extendedIds = m_camera.stream.extendedIds || tcp;
   const uint64_t session = m_session;
   if (m_openCount != m_camera.stream.openCount) {
     m_openCount = m_camera.stream.openCount;
     m_blockId = 0;
   }
   const Clock::duration period = Period(route);
+  const bool previousDropped = tcp && SkipMissed(period) != 0;
   const Clock::time_point exposed = m_start + Microseconds(m_camera.F("ExposureTime").Real());
   // A frame that came late does not make the following ones hurry.
   m_nextStart = std::max(m_start + period, Clock::now() - period);
@@ -170,7 +207,8 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   frame.size = frame.imageBytes;
   frame.timestamp = timestamp;
   frame.extendedIds = extendedIds;
-  frame.dataPerPacket = GigEVision::DataPerPacket(route.packetSize, extendedIds);
+  frame.dataPerPacket = tcp ? GigEVision::sk_tcpUsualContent
+                            : GigEVision::DataPerPacket(route.packetSize, extendedIds);
   frame.sentPackets = 0;
   {
     const std::lock_guard ring(m_ringMutex);
@@ -186,16 +224,19 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   if (over()) return;
   m_camera.Notify(EventKind::ExposureEnd, frame.blockId, m_camera.ToDeviceTime(exposed));
   m_camera.Notify(EventKind::FrameStart, frame.blockId, m_camera.Now());
-  const bool open = frame.size != 0 && route.destination.port != 0 &&
-                    m_camera.stream.port == route.destination.port &&
-                    Clock::now() >= m_camera.silentUntil;
+  const bool channelOpen =
+      tcp || (route.destination.port != 0 && m_camera.stream.port == route.destination.port);
+  const bool open = channelOpen && frame.size != 0 && Clock::now() >= m_camera.silentUntil;
   lock.unlock();
-  if (open && faults.AnyOnSending()) {
+  if (open && tcp) {
+    SendOverTcp(*tcp, frame, route, previousDropped);
+  } else if (open && faults.AnyOnSending()) {
     m_sender.SendFaulty(frame, route, faults, m_stop);
   } else if (open) {
     m_sender.SendFrame(frame, route, m_stop);
   }
   lock.lock();
+  if (open) ++m_camera.framesSent;
   m_camera.Notify(EventKind::FrameEnd, frame.blockId, m_camera.Now());
   if (m_camera.acquisition.session == session) FinishFrame();
 }
@@ -210,6 +251,8 @@ void Streamer::FinishFrame() {
 
 void Streamer::Resend(const GigEVision::PacketResend& request, const Route& route,
                       bool extendedStatus, const FaultSettings& faults) {
+  if (m_tcp.Accepted()) return;  // nothing of the channel goes over UDP
+  ++m_camera.resendRequests;
   FaultDice dice(faults, ++m_resends);
   const std::lock_guard lock(m_ringMutex);
   const auto it = std::find_if(m_ring.begin(), m_ring.end(), [&](const auto& frame) {
@@ -248,6 +291,7 @@ void Streamer::Resend(const GigEVision::PacketResend& request, const Route& rout
       }
       break;
     }
+    ++m_camera.packetsResent;
     if (!dice.Hit(faults.dropResent)) m_sender.SendPacket(frame, packet, route, status, true);
   }
 }

@@ -8,12 +8,13 @@
 #include <thread>
 
 #include "simulator/PacketSender.h"
+#include "simulator/TcpChannel.h"
 
 namespace OrvexSim {
 
 class Streamer {
  public:
-  explicit Streamer(CameraCore& camera);
+  Streamer(CameraCore& camera, TcpChannel& tcp);
   ~Streamer();
 
   void Start();
@@ -35,11 +36,15 @@ class Streamer {
   Route TakeRoute() const;
   Clock::duration Period(const Route& route) const;
   void TakeFrame(std::unique_lock<std::mutex>& lock);
+  uint64_t SkipMissed(Clock::duration period);
+  void SendOverTcp(TcpConnection& tcp, const Frame& frame, const Route& route,
+                   bool previousDropped);
   void FinishFrame();
   Frame& NextSlot();
   static void FillLeaderAndTrailer(Frame& frame, uint32_t chunkLayout);
 
   CameraCore& m_camera;
+  TcpChannel& m_tcp;
   PacketSender m_sender;
   std::thread m_thread;
   std::atomic<bool> m_stop = false;  // the thread is to end
@@ -50,6 +55,7 @@ class Streamer {
   Clock::time_point m_start;  // of the frame's exposure
   Clock::time_point m_nextStart;
   size_t m_slot = 0;
+  bool m_tcpWaited = false;  // the last frame had to wait for its host
 
   uint64_t m_resends = 0;  // control thread only: draws of lost resends
 

@@ -63,6 +63,17 @@ void CameraCore::AddTransportFeatures() {
            .Range(0, 1)
            .Docu("Set by the host while it streams: what changes the payload is locked.");
 
+  t.Boolean("TCPEnable")
+      .Custom()
+      .Expert()
+      .Locked()
+      .Docu("Whether hosts are to fetch the stream over a TCP connection.");
+  t.Enumeration("TransportStreamProtocol", {{"UDP", 0}, {"TCP", 1}, {"RDMA", 2}})
+      .Custom()
+      .Expert()
+      .Locked()
+      .Docu("Protocol over which hosts are to fetch the stream; the camera has no RDMA device.");
+
   AddPtpFeatures();
   t.Category("GigEVision", "Registers of the GigE Vision standard.", "TransportLayerControl");
   t.Integer("GevVersionMajor")

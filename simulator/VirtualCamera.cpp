@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/VirtualCamera.h"
 
+#include <stdexcept>
+
 #include "simulator/ControlServer.h"
 #include "simulator/Streamer.h"
 
@@ -8,7 +10,16 @@ namespace OrvexSim {
 
 struct VirtualCamera::Parts {
   explicit Parts(CameraOptions options)
-      : core(std::move(options)), streamer(core), control(core, streamer) {
+      : core(std::move(options)), tcp(core), streamer(core, tcp), control(core, streamer, tcp) {
+    core.tcpPort = [this] { return uint32_t{tcp.Port()}; };
+    core.tcpConnected = [this] { return tcp.Accepted(); };
+    core.setTcpKey = [this](uint32_t key) {
+      if (key == 0) {
+        tcp.Close();
+      } else {
+        tcp.SetKey(key);
+      }
+    };
     core.streamSourcePort = [this] { return uint32_t{streamer.Port()}; };
     core.sendTestPacket = [this](uint32_t size) {
       return streamer.SendTest(size,
@@ -16,6 +27,7 @@ struct VirtualCamera::Parts {
     };
   }
   CameraCore core;
+  TcpChannel tcp;
   Streamer streamer;
   ControlServer control;
   bool running = false;
@@ -42,6 +54,18 @@ void VirtualCamera::Stop() {
   m_parts->running = false;
   const std::lock_guard lock(m_parts->core.Mutex());
   m_parts->core.CloseControl();
+}
+
+void VirtualCamera::Set(const std::string& feature, const std::string& value) {
+  const std::lock_guard lock(m_parts->core.Mutex());
+  m_parts->core.SetFeature(feature, value);
+}
+
+std::string VirtualCamera::Get(const std::string& feature) const {
+  const std::lock_guard lock(m_parts->core.Mutex());
+  const Feature* row = m_parts->core.Features().Find(feature);
+  if (row == nullptr) throw std::invalid_argument("the camera has no feature '" + feature + "'");
+  return row->ToText();
 }
 
 std::string VirtualCamera::Address() const {

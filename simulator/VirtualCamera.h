@@ -25,6 +25,12 @@ class VirtualCamera {
   void Start();  // answers from now on; does nothing when started
   void Stop();   // ends both threads and forgets who controls the camera, as switching it off does
 
+  // A feature by name, value as text: "SimDropRate", "1"; commands ignore the value. While the
+  // camera runs, too, whoever controls it, and from any thread. Throws std::invalid_argument when
+  // there is no such feature or it refuses the value.
+  void Set(const std::string& feature, const std::string& value = {});
+  std::string Get(const std::string& feature) const;
+
   std::string Address() const;  // where it is now; a host may have moved it
   std::string Serial() const;
   std::string ModelName() const;

@@ -71,7 +71,7 @@ TEST_F(Control, KeepsToTheRulesOfTheWire) {
       {"read at an odd address", "42 01 0080 0004 0001 00000002", "8005 0081 0000 0001"},
       {"read of nothing", "42 01 0080 0000 0001", "8002 0081 0000 0001"},
       {"read of 136 registers", tooMany.c_str(), "8002 0081 0000 0001"},
-      {"unknown register behind a known one", "42 01 0080 0008 0001 00000600 0000A000",
+      {"unknown register behind a known one", "42 01 0080 0008 0001 00000600 0000A100",
        "8003 0081 0004 0001 00000001"},
       {"absent second interface", "42 01 0080 0004 0001 00000680", "8003 0081 0000 0001"},
       {"write-only register", "42 01 0080 0004 0001 0000090C", "8006 0081 0000 0001"},
@@ -108,7 +108,7 @@ TEST_F(Control, TheOwnerMeetsRegistersThatRefuse) {
   EXPECT_EQ(host.Read(B::sk_heartbeatTimeout), 4000u);
   EXPECT_EQ(host.Ask(Hex("42 01 0086 0008 7002 00000010 00000000")),
             Hex("8004 0087 0004 7002 0000 0000"));
-  EXPECT_EQ(host.Write(0xA000, 1), Status::InvalidAddress);
+  EXPECT_EQ(host.Write(0xA100, 1), Status::InvalidAddress);
   EXPECT_EQ(host.Write(B::sk_heartbeatTimeout, 1), Status::Success);
   EXPECT_EQ(host.Read(B::sk_heartbeatTimeout), 500u) << "rounded up to the smallest one";
   EXPECT_EQ(host.Write(B::StreamRegister(B::Stream::Scps), 100), Status::InvalidParameter);

@@ -101,7 +101,7 @@ TEST(Faults, LetPacketsOvertake) {
 }
 
 TEST(Faults, SendTwiceAndDamage) {
-  EXPECT_EQ(Faulty(Settings{{"SimDuplicateRate", "100"}}).Order().size(), 2 * (sk_lastPacket + 1));
+  EXPECT_EQ(Faulty(Settings{{"SimDuplicateRate", "100"}}).Order().size(), 2 * sk_lastPacket);
   Bytes sound;
   {
     Faulty faulty(Settings{{"SimDropList", "2:1"}});
@@ -109,7 +109,7 @@ TEST(Faults, SendTwiceAndDamage) {
   }
   Faulty faulty(Settings{{"SimCorruptRate", "100"}});
   faulty.host.Start();
-  faulty.host.stream.Receive(500);  // the leader, damaged too
+  faulty.host.stream.Receive(500);  // the leader
   faulty.host.stream.Receive(500);
   const Bytes damaged = faulty.host.stream.Receive(500);
   ASSERT_EQ(damaged.size(), sound.size());
@@ -175,20 +175,51 @@ TEST(Faults, LoseAnswersButNotEffects) {
   EXPECT_EQ(faulty.host.control.Receive(500), Hex("0000 0083 0004 7001 0000 0001"));
 }
 
+TEST(Faults, MeetThePacketsOfTheirLists) {
+  Faulty faulty(Settings{{"SimDropList", "1:leader, *:trailer"},
+                         {"SimDuplicateList", "1:4"},
+                         {"SimReorderList", "*:10-11"},
+                         {"SimReorderDistance", "3"}});
+  std::vector<uint32_t> wanted = {1, 2, 3, 4, 4, 5, 6, 7, 8, 9, 12, 13, 10, 14, 11};
+  for (uint32_t id = 15; id < sk_lastPacket; ++id) wanted.push_back(id);
+  EXPECT_EQ(faulty.Order(), wanted);
+  faulty.running.camera.Set("SimDropList", "");
+  EXPECT_EQ(faulty.Order().front(), 0u) << "at run time";
+}
+
 TEST(Faults, DenyAndSlowRegisters) {
-  Faulty faulty(Settings{});
-  const uint32_t width = faulty.host.Address("Width");
-  faulty.host.Set("SimDenyAddress", width);
+  Faulty faulty(Settings{{"SimSlowTime", "150"}});
+  const uint32_t width = faulty.host.Address("Width"), gain = faulty.host.Address("Gain");
+  faulty.running.camera.Set("SimDenyRegisters", "Width, 0x938, Gain");
   EXPECT_FALSE(faulty.host.Read(width));
+  EXPECT_FALSE(faulty.host.Read(0x938));
   EXPECT_EQ(faulty.host.Write(width, 640), Status::AccessDenied);
-  faulty.host.Set("SimDenyAddress", 0);
-  faulty.host.Set("SimSlowTime", 150);
-  faulty.host.Set("SimSlowAddress", width);
+  EXPECT_TRUE(faulty.host.ReadMem(gain + 4, 4).empty()) << "all of a wide register";
+  EXPECT_TRUE(faulty.host.Read(0x934));
+  faulty.running.camera.Set("SimDenyRegisters", "");
+  faulty.running.camera.Set("SimSlowRegisters", "Width");
+  EXPECT_THROW(faulty.running.camera.Set("SimSlowRegisters", "Breadth"), std::invalid_argument);
   faulty.host.Write(B::sk_gvcpConfiguration, B::sk_cfgPendingAck);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(faulty.host.Read(width), 320u);
   EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(140));
   EXPECT_EQ(faulty.host.pendingAcks, 1u);
+}
+
+TEST(Faults, SlowRegistersHoldBackNothingElse) {
+  Faulty faulty(Settings{{"SimSlowTime", "300"}, {"SimSlowRegisters", "0x938"}});
+  faulty.host.Write(B::sk_gvcpConfiguration, B::sk_cfgPendingAck);
+  const Bytes slow = Hex("42 01 0080 0004 7001 00000938");
+  faulty.host.control.Send(slow, 0x7F000002);
+  EXPECT_EQ(faulty.host.control.Receive(200), Hex("0000 0089 0004 7001 0000 012C"));
+  faulty.host.control.Send(Hex("42 01 0080 0004 7002 00000A00"), 0x7F000002);
+  EXPECT_EQ(faulty.host.control.Receive(200), Hex("0000 0081 0004 7002 00000002"));
+  faulty.host.control.Send(slow, 0x7F000002);  // the host has lost patience
+  const Bytes again = faulty.host.control.Receive(200);
+  ASSERT_EQ(again.size(), 12u);
+  EXPECT_EQ(Bytes(again.begin(), again.begin() + 8), Hex("0000 0089 0004 7001"));
+  EXPECT_EQ(faulty.host.control.Receive(500), Hex("0000 0081 0004 7001 00000BB8"));
+  EXPECT_TRUE(faulty.host.control.Receive(50).empty()) << "one answer";
 }
 
 TEST(Faults, MoveToAnotherAddress) {
@@ -238,7 +269,8 @@ TEST(PacketList, ReadsOnlyWhatIsWellFormed) {
   EXPECT_EQ(ranges[0].block, 12u);
   EXPECT_EQ(ranges[1].block, 0u);
   EXPECT_EQ(ranges[1].last, 9u);
-  for (const char* text : {"3", "0:3", "a:3", "1:", "1:3-", "1:5-3", "1:3x", "1:-3"}) {
+  for (const char* text :
+       {"3", "0:3", "a:3", "1:", "1:3-", "1:5-3", "1:3x", "1:-3", "1:trailer-3", "1:last"}) {
     EXPECT_FALSE(OrvexSim::ParsePacketList(text, ranges)) << text;
   }
   EXPECT_EQ(ranges.size(), 2u) << "kept";
