@@ -147,7 +147,8 @@ template <class Visit>
 void PortNode::ForEachCell(int64_t address, int64_t length, Visit visit) {
   const uint64_t first = static_cast<uint64_t>(address) >> 3;
   const uint64_t last = (static_cast<uint64_t>(address) + static_cast<uint64_t>(length - 1)) >> 3;
-  for (uint64_t cell = first;; ++cell) {
+  // Addresses run round, and so do cells.
+  for (uint64_t cell = first;; cell = (cell + 1) & (UINT64_MAX >> 3)) {
     visit(static_cast<size_t>((cell ^ cell >> 8) % sk_buckets));
     if (cell == last) break;
   }
