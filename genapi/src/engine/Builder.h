@@ -23,6 +23,12 @@ class Builder {
   int64_t Int(const Node& owner, pugi::xml_node element) const;
   double Float(const Node& owner, pugi::xml_node element) const;
   bool YesNo(pugi::xml_node element) const;
+  // One of the words that a class of EnumClasses.h knows.
+  template <class Words, class Value>
+  void Choice(const Node& owner, pugi::xml_node element, Value& value, const char* pWhy) const {
+    const std::string_view text = Text(element);
+    if (!Words::FromString(gcstring(text.data(), text.size()), &value)) Bad(owner, element, pWhy);
+  }
   std::string_view Text(pugi::xml_node element) const { return ElementText(element); }
   [[noreturn]] void Bad(const Node& owner, pugi::xml_node element, const char* pWhy) const;
   // The node made for an element that stands inside another node.

@@ -10,28 +10,16 @@
 namespace OrvexGenApi {
 namespace {
 
-bool TakeRepresentation(ERepresentation& representation, const Node& owner, pugi::xml_node element,
-                        Builder& builder) {
-  if (!ERepresentationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                        &representation)) {
-    builder.Bad(owner, element, "is no representation");
-  }
-  return true;
-}
+template <class T>
+constexpr FormulaKind sk_kind =
+    std::is_same_v<T, int64_t> ? FormulaKind::Integer : FormulaKind::Float;
 
-bool TakeNotation(EDisplayNotation& notation, const Node& owner, pugi::xml_node element,
-                  Builder& builder) {
-  if (!EDisplayNotationClass::FromString(std::string(builder.Text(element)).c_str(), &notation)) {
-    builder.Bad(owner, element, "is no notation");
-  }
-  return true;
+// A value as the input of a formula.
+Number Input(int64_t value) {
+  return Number::Int(value);
 }
-
-bool TakeSlope(ESlope& slope, const Node& owner, pugi::xml_node element, Builder& builder) {
-  if (!ESlopeClass::FromString(std::string(builder.Text(element)).c_str(), &slope)) {
-    builder.Bad(owner, element, "is no slope");
-  }
-  return true;
+Number Input(double value) {
+  return Number::Float(value);
 }
 
 }  // namespace
@@ -148,8 +136,8 @@ Number FormulaOwner::ReadVariable(const Variable& variable, ReadMode mode) const
   return Number::Int(0);
 }
 
-template <class Use>
-auto FormulaOwner::Evaluate(const Formula& formula, ReadMode mode, const Number* pInput, Use use) {
+template <class T>
+T FormulaOwner::Evaluate(const Formula& formula, ReadMode mode, const Number* pInput) const {
   if (!formula.IsCompiled()) {
     GENAPI_RAISE(LogicalErrorException, m_owner, "%s",
                  m_errors.empty() ? "there is no formula" : m_errors.c_str());
@@ -166,19 +154,14 @@ auto FormulaOwner::Evaluate(const Formula& formula, ReadMode mode, const Number*
   for (size_t i = 0; i < count; ++i) values[i] = ReadVariable(m_variables[i], mode);
   if (pInput) values[count] = *pInput;
   try {
-    return use(values);
+    if constexpr (std::is_same_v<T, int64_t>) {
+      return formula.EvaluateInt(values);
+    } else {
+      return formula.EvaluateFloat(values);
+    }
   } catch (const FormulaDomainError& error) {
     GENAPI_RAISE(LogicalErrorException, m_owner, "the formula cannot be evaluated: %s", error.text);
   }
-}
-
-int64_t FormulaOwner::EvaluateInt(const Formula& formula, ReadMode mode, const Number* pInput) {
-  return Evaluate(formula, mode, pInput,
-                  [&](const Number* values) { return formula.EvaluateInt(values); });
-}
-double FormulaOwner::EvaluateFloat(const Formula& formula, ReadMode mode, const Number* pInput) {
-  return Evaluate(formula, mode, pInput,
-                  [&](const Number* values) { return formula.EvaluateFloat(values); });
 }
 
 EAccessMode FormulaOwner::InputsAccess() const {
@@ -194,51 +177,27 @@ EAccessMode FormulaOwner::InputsAccess() const {
 
 // ---- IntSwissKnife, SwissKnife ----
 
-bool IntKnifeNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  switch (id) {
-    case Element::Formula:
-      m_text = builder.Text(element);
-      return true;
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      return TakeRepresentation(m_representation, *this, element, builder);
-    default:
-      return FormulaOwner::Take(id, element, builder) ||
-             IntegerNodeBase::Take(id, element, builder);
+template <class T>
+bool KnifeOf<T>::Take(Element id, pugi::xml_node element, Builder& builder) {
+  if (id != Element::Formula) {
+    return FormulaOwner::Take(id, element, builder) || Base::Take(id, element, builder);
   }
+  m_text = builder.Text(element);
+  return true;
 }
 
-void IntKnifeNode::Finish(Builder&) {
-  Compile(m_formula, m_text, FormulaKind::Integer, nullptr);
+template <class T>
+void KnifeOf<T>::Finish(Builder&) {
+  Compile(m_formula, m_text, sk_kind<T>, nullptr);
 }
 
-bool KnifeNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  switch (id) {
-    case Element::Formula:
-      m_text = builder.Text(element);
-      return true;
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      return TakeRepresentation(m_representation, *this, element, builder);
-    case Element::DisplayNotation:
-      return TakeNotation(m_notation, *this, element, builder);
-    case Element::DisplayPrecision:
-      m_precision = builder.Int(*this, element);
-      return true;
-    default:
-      return FormulaOwner::Take(id, element, builder) || FloatNodeBase::Take(id, element, builder);
-  }
-}
+template class KnifeOf<int64_t>;
+template class KnifeOf<double>;
 
-void KnifeNode::Finish(Builder&) {
-  Compile(m_formula, m_text, FormulaKind::Float, nullptr);
-}
+// ---- IntConverter, Converter ----
 
-// ---- IntConverter ----
-
-bool IntConverterNode::Take(Element id, pugi::xml_node element, Builder& builder) {
+template <class T>
+bool ConverterOf<T>::Take(Element id, pugi::xml_node element, Builder& builder) {
   switch (id) {
     case Element::FormulaTo:
       m_toText = builder.Text(element);
@@ -250,66 +209,78 @@ bool IntConverterNode::Take(Element id, pugi::xml_node element, Builder& builder
       m_pValue = builder.Resolve(*this, element, id);
       return true;
     case Element::Slope:
-      return TakeSlope(m_slope, *this, element, builder);
-    case Element::Unit:
-    case Element::IsLinear:
+      builder.Choice<ESlopeClass>(*this, element, m_slope, "is no slope");
       return true;
-    case Element::Representation:
-      return TakeRepresentation(m_representation, *this, element, builder);
+    case Element::IsLinear:
+      m_isLinear = builder.YesNo(element);
+      return true;
     default:
-      return FormulaOwner::Take(id, element, builder) ||
-             IntegerNodeBase::Take(id, element, builder);
+      return FormulaOwner::Take(id, element, builder) || Base::Take(id, element, builder);
   }
 }
 
-void IntConverterNode::Finish(Builder&) {
+template <class T>
+void ConverterOf<T>::Finish(Builder&) {
   if (m_pValue == nullptr) GENAPI_RAISE(PropertyException, *this, "the converter has no pValue");
-  Compile(m_to, m_toText, FormulaKind::Integer, "FROM");
-  Compile(m_from, m_fromText, FormulaKind::Integer, "TO");
+  Compile(m_to, m_toText, sk_kind<T>, "FROM");
+  Compile(m_from, m_fromText, sk_kind<T>, "TO");
 }
 
-int64_t IntConverterNode::From(int64_t raw) {
-  const Number input = Number::Int(raw);
-  return EvaluateInt(m_from, {}, &input);
+template <class T>
+T ConverterOf<T>::From(T raw) {
+  const Number input = Input(raw);
+  return Evaluate<T>(m_from, {}, &input);
 }
 
-int64_t IntConverterNode::FetchInt(ReadMode mode) {
-  const Number input = Number::Int(m_pValue->ReadInt(mode));
-  return EvaluateInt(m_from, mode, &input);
+template <class T>
+T ConverterOf<T>::Fetch(ReadMode mode) {
+  // Integers stay exact in float formulas too.
+  const bool integer = std::is_same_v<T, int64_t> || m_pValue->IsIntegerKind();
+  const Number input = integer ? Input(m_pValue->ReadInt(mode)) : Input(m_pValue->ReadFloat(mode));
+  return Evaluate<T>(m_from, mode, &input);
 }
 
-void IntConverterNode::StoreInt(int64_t value, bool verify) {
-  const Number input = Number::Int(value);
-  m_pValue->WriteInt(EvaluateInt(m_to, {verify, false}, &input), verify);
+template <class T>
+void ConverterOf<T>::Store(T value, bool verify) {
+  const Number input = Input(value);
+  NumberTraits<T>::Write(*m_pValue, Evaluate<T>(m_to, {verify, false}, &input), verify);
 }
 
-int64_t IntConverterNode::OwnMin() {
-  NodeMap::ReadDepth depth(m_map, *this);
+// The bound of the converter from those of the raw value.
+template <class T>
+T ConverterOf<T>::Bound(bool lower) {
+  NodeMap::ReadDepth depth(this->m_map, *this);
+  const auto low = [&] { return From(NumberTraits<T>::Min(*m_pValue)); };
+  const auto high = [&] { return From(NumberTraits<T>::Max(*m_pValue)); };
   switch (m_slope) {
     case Increasing:
-      return From(m_pValue->IntMin());
+      return lower ? low() : high();
     case Decreasing:
-      return From(m_pValue->IntMax());
+      return lower ? high() : low();
     case Varying:
-      return INT64_MIN;
+      return lower ? this->sk_lowest : this->sk_highest;
     default:
-      return std::min(From(m_pValue->IntMin()), From(m_pValue->IntMax()));
+      return lower ? std::min(low(), high()) : std::max(low(), high());
   }
 }
 
-int64_t IntConverterNode::OwnMax() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  switch (m_slope) {
-    case Increasing:
-      return From(m_pValue->IntMax());
-    case Decreasing:
-      return From(m_pValue->IntMin());
-    case Varying:
-      return INT64_MAX;
-    default:
-      return std::max(From(m_pValue->IntMin()), From(m_pValue->IntMax()));
-  }
+template <class T>
+T ConverterOf<T>::OwnMin() {
+  return Bound(true);
 }
+template <class T>
+T ConverterOf<T>::OwnMax() {
+  return Bound(false);
+}
+
+template <class T>
+EAccessMode ConverterOf<T>::BaseAccess() const {
+  const EAccessMode inputs = InputsAccess();
+  return IsReadable(inputs) ? m_pValue->InternalAccess() : inputs;
+}
+
+template class ConverterOf<int64_t>;
+template class ConverterOf<double>;
 
 EIncMode IntConverterNode::IntIncMode() {
   NodeMap::ReadDepth depth(m_map, *this);
@@ -323,110 +294,6 @@ void IntConverterNode::IntValidValues(std::vector<int64_t>& values) {
   std::sort(values.begin(), values.end());
 }
 
-ERepresentation IntConverterNode::InternalRepresentation() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  return m_representation != _UndefinedRepresentation ? m_representation
-                                                      : m_pValue->InternalRepresentation();
-}
-std::string_view IntConverterNode::InternalUnit() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  const auto own = Trim(ChildText("Unit"));
-  return own.empty() ? m_pValue->InternalUnit() : own;
-}
-EAccessMode IntConverterNode::BaseAccess() const {
-  const EAccessMode inputs = InputsAccess();
-  return IsReadable(inputs) ? m_pValue->InternalAccess() : inputs;
-}
-
-// ---- Converter ----
-
-bool ConverterNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  switch (id) {
-    case Element::FormulaTo:
-      m_toText = builder.Text(element);
-      return true;
-    case Element::FormulaFrom:
-      m_fromText = builder.Text(element);
-      return true;
-    case Element::pValue:
-      m_pValue = builder.Resolve(*this, element, id);
-      return true;
-    case Element::Slope:
-      return TakeSlope(m_slope, *this, element, builder);
-    case Element::IsLinear:
-      m_isLinear = builder.YesNo(element);
-      return true;
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      return TakeRepresentation(m_representation, *this, element, builder);
-    case Element::DisplayNotation:
-      return TakeNotation(m_notation, *this, element, builder);
-    case Element::DisplayPrecision:
-      m_precision = builder.Int(*this, element);
-      return true;
-    default:
-      return FormulaOwner::Take(id, element, builder) || FloatNodeBase::Take(id, element, builder);
-  }
-}
-
-void ConverterNode::Finish(Builder&) {
-  if (m_pValue == nullptr) GENAPI_RAISE(PropertyException, *this, "the converter has no pValue");
-  Compile(m_to, m_toText, FormulaKind::Float, "FROM");
-  Compile(m_from, m_fromText, FormulaKind::Float, "TO");
-}
-
-double ConverterNode::From(const Number& raw) {
-  return EvaluateFloat(m_from, {}, &raw);
-}
-
-Number ConverterNode::Raw(ReadMode mode) {
-  return m_pValue->IsIntegerKind() ? Number::Int(m_pValue->ReadInt(mode))
-                                   : Number::Float(m_pValue->ReadFloat(mode));
-}
-
-double ConverterNode::FetchFloat(ReadMode mode) {
-  const Number input = Raw(mode);
-  return EvaluateFloat(m_from, mode, &input);
-}
-
-void ConverterNode::StoreFloat(double value, bool verify) {
-  const Number input = Number::Float(value);
-  m_pValue->WriteFloat(EvaluateFloat(m_to, {verify, false}, &input), verify);
-}
-
-double ConverterNode::OwnMin() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  const auto low = [&] { return From(Number::Float(m_pValue->FloatMin())); };
-  const auto high = [&] { return From(Number::Float(m_pValue->FloatMax())); };
-  switch (m_slope) {
-    case Increasing:
-      return low();
-    case Decreasing:
-      return high();
-    case Varying:
-      return -sk_max;
-    default:
-      return std::min(low(), high());
-  }
-}
-
-double ConverterNode::OwnMax() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  const auto low = [&] { return From(Number::Float(m_pValue->FloatMin())); };
-  const auto high = [&] { return From(Number::Float(m_pValue->FloatMax())); };
-  switch (m_slope) {
-    case Increasing:
-      return high();
-    case Decreasing:
-      return low();
-    case Varying:
-      return sk_max;
-    default:
-      return std::max(low(), high());
-  }
-}
-
 bool ConverterNode::FloatHasInc() {
   NodeMap::ReadDepth depth(m_map, *this);
   return m_isLinear && m_pValue->FloatHasInc();
@@ -437,30 +304,20 @@ double ConverterNode::FloatInc() {
   NodeMap::ReadDepth depth(m_map, *this);
   if (!FloatHasInc()) return FloatNodeBase::FloatInc();
   const double min = m_pValue->FloatMin();
-  return std::fabs(From(Number::Float(min + m_pValue->FloatInc())) - From(Number::Float(min)));
+  return std::fabs(From(min + m_pValue->FloatInc()) - From(min));
 }
 
-ERepresentation ConverterNode::InternalRepresentation() {
+EIncMode ConverterNode::FloatIncMode() {
   NodeMap::ReadDepth depth(m_map, *this);
-  return m_representation != _UndefinedRepresentation ? m_representation
-                                                      : m_pValue->InternalRepresentation();
+  if (m_pValue->FloatIncMode() == listIncrement) return listIncrement;
+  return FloatHasInc() ? fixedIncrement : noIncrement;
 }
-std::string_view ConverterNode::InternalUnit() const {
+
+void ConverterNode::FloatValidValues(std::vector<double>& values) {
   NodeMap::ReadDepth depth(m_map, *this);
-  const auto own = Trim(ChildText("Unit"));
-  return own.empty() ? m_pValue->InternalUnit() : own;
-}
-EDisplayNotation ConverterNode::InternalNotation() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  return m_notation != _UndefinedEDisplayNotation ? m_notation : m_pValue->InternalNotation();
-}
-int64_t ConverterNode::InternalPrecision() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  return m_precision >= 0 ? m_precision : m_pValue->InternalPrecision();
-}
-EAccessMode ConverterNode::BaseAccess() const {
-  const EAccessMode inputs = InputsAccess();
-  return IsReadable(inputs) ? m_pValue->InternalAccess() : inputs;
+  m_pValue->FloatValidValues(values);
+  for (double& value : values) value = From(value);
+  std::sort(values.begin(), values.end());
 }
 
 }  // namespace OrvexGenApi

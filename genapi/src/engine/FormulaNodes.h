@@ -22,8 +22,9 @@ class FormulaOwner {
   // A formula that does not compile is reported when it is evaluated, so that the rest of the map
   // stays usable.
   void Compile(Formula& formula, std::string_view text, FormulaKind kind, const char* pInputName);
-  int64_t EvaluateInt(const Formula& formula, ReadMode mode, const Number* pInput = nullptr);
-  double EvaluateFloat(const Formula& formula, ReadMode mode, const Number* pInput = nullptr);
+  // T is int64_t or double.
+  template <class T>
+  T Evaluate(const Formula& formula, ReadMode mode, const Number* pInput = nullptr) const;
   // RO when all inputs can be read; else what stands in the way.
   EAccessMode InputsAccess() const;
 
@@ -51,8 +52,6 @@ class FormulaOwner {
     bool isConstant;
   };
 
-  template <class Use>
-  auto Evaluate(const Formula& formula, ReadMode mode, const Number* pInput, Use use);
   Number ReadVariable(const Variable& variable, ReadMode mode) const;
 
   Node& m_owner;
@@ -62,115 +61,75 @@ class FormulaOwner {
   bool m_isInteger = false;
 };
 
-class IntKnifeNode final : public IntegerNodeBase, public FormulaOwner {
+// IntSwissKnife and SwissKnife.
+template <class T>
+class KnifeOf final : public NumberTraits<T>::Base, public FormulaOwner {
  public:
-  IntKnifeNode(NodeMap& map, pugi::xml_node element)
-      : IntegerNodeBase(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
+  using Base = typename NumberTraits<T>::Base;
+  KnifeOf(NodeMap& map, pugi::xml_node element)
+      : Base(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
   bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override { return m_representation; }
-  std::string_view InternalUnit() const override { return Trim(ChildText("Unit")); }
 
  protected:
-  int64_t FetchInt(ReadMode mode) override { return EvaluateInt(m_formula, mode); }
-  void StoreInt(int64_t, bool) override {}
+  T Fetch(ReadMode mode) override { return this->template Evaluate<T>(m_formula, mode); }
+  void Store(T, bool) override {}
   EAccessMode BaseAccess() const override { return InputsAccess(); }
 
  private:
   Formula m_formula;
   std::string_view m_text;
-  ERepresentation m_representation = PureNumber;
 };
+using IntKnifeNode = KnifeOf<int64_t>;
+using KnifeNode = KnifeOf<double>;
 
-class KnifeNode final : public FloatNodeBase, public FormulaOwner {
+// IntConverter and Converter.
+template <class T>
+class ConverterOf : public NumberTraits<T>::Base, public FormulaOwner {
  public:
-  KnifeNode(NodeMap& map, pugi::xml_node element)
-      : FloatNodeBase(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
+  using Base = typename NumberTraits<T>::Base;
+  ConverterOf(NodeMap& map, pugi::xml_node element)
+      : Base(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
   bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override { return m_representation; }
-  std::string_view InternalUnit() const override { return Trim(ChildText("Unit")); }
-  EDisplayNotation InternalNotation() const override { return m_notation; }
-  int64_t InternalPrecision() const override { return m_precision; }
 
  protected:
-  double FetchFloat(ReadMode mode) override { return EvaluateFloat(m_formula, mode); }
-  void StoreFloat(double, bool) override {}
-  EAccessMode BaseAccess() const override { return InputsAccess(); }
-
- private:
-  Formula m_formula;
-  std::string_view m_text;
-  ERepresentation m_representation = PureNumber;
-  EDisplayNotation m_notation = fnAutomatic;
-  int64_t m_precision = 6;
-};
-
-class IntConverterNode final : public IntegerNodeBase, public FormulaOwner {
- public:
-  IntConverterNode(NodeMap& map, pugi::xml_node element)
-      : IntegerNodeBase(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
-  bool Take(Element id, pugi::xml_node element, Builder& builder) override;
-  void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override;
-  std::string_view InternalUnit() const override;
-  EIncMode IntIncMode() override;
-  void IntValidValues(std::vector<int64_t>& values) override;
-
- protected:
-  int64_t FetchInt(ReadMode mode) override;
-  void StoreInt(int64_t value, bool verify) override;
-  int64_t OwnMin() override;
-  int64_t OwnMax() override;
+  T Fetch(ReadMode mode) override;
+  void Store(T value, bool verify) override;
+  T OwnMin() override;
+  T OwnMax() override;
   EAccessMode BaseAccess() const override;
   ECachingMode OwnCaching() const override { return WriteAround; }
+  Node* DisplaySource() const override { return m_pValue; }
+  T From(T raw);
+
+  Node* m_pValue = nullptr;
+  bool m_isLinear = false;
 
  private:
-  int64_t From(int64_t raw);
+  T Bound(bool lower);
 
   Formula m_to;
   Formula m_from;
   std::string_view m_toText;
   std::string_view m_fromText;
-  Node* m_pValue = nullptr;
   ESlope m_slope = Automatic;
-  ERepresentation m_representation = _UndefinedRepresentation;
 };
 
-class ConverterNode final : public FloatNodeBase, public FormulaOwner {
+class IntConverterNode final : public ConverterOf<int64_t> {
  public:
-  ConverterNode(NodeMap& map, pugi::xml_node element)
-      : FloatNodeBase(map, element), FormulaOwner(static_cast<Node&>(*this)) {}
-  bool Take(Element id, pugi::xml_node element, Builder& builder) override;
-  void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override;
-  std::string_view InternalUnit() const override;
-  EDisplayNotation InternalNotation() const override;
-  int64_t InternalPrecision() const override;
+  using ConverterOf::ConverterOf;
+  EIncMode IntIncMode() override;
+  void IntValidValues(std::vector<int64_t>& values) override;
+};
+
+class ConverterNode final : public ConverterOf<double> {
+ public:
+  using ConverterOf::ConverterOf;
   bool FloatHasInc() override;
   double FloatInc() override;
-
- protected:
-  double FetchFloat(ReadMode mode) override;
-  void StoreFloat(double value, bool verify) override;
-  double OwnMin() override;
-  double OwnMax() override;
-  EAccessMode BaseAccess() const override;
-
- private:
-  double From(const Number& raw);
-  Number Raw(ReadMode mode);
-
-  Formula m_to;
-  Formula m_from;
-  std::string_view m_toText;
-  std::string_view m_fromText;
-  Node* m_pValue = nullptr;
-  ESlope m_slope = Automatic;
-  ERepresentation m_representation = _UndefinedRepresentation;
-  EDisplayNotation m_notation = _UndefinedEDisplayNotation;
-  int64_t m_precision = -1;
-  bool m_isLinear = false;
+  EIncMode FloatIncMode() override;
+  void FloatValidValues(std::vector<double>& values) override;
 };
 
 }  // namespace OrvexGenApi

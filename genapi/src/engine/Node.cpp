@@ -64,10 +64,7 @@ bool Node::Take(Element id, pugi::xml_node element, Builder& builder) {
     case Element::pEnumEntry:
       return true;  // looked up when they are asked for
     case Element::Visibility:
-      if (!EVisibilityClass::FromString(std::string(builder.Text(element)).c_str(),
-                                        &m_visibility)) {
-        builder.Bad(*this, element, "is no visibility");
-      }
+      builder.Choice<EVisibilityClass>(*this, element, m_visibility, "is no visibility");
       return true;
     case Element::IsDeprecated:
       m_deprecated = builder.YesNo(element);
@@ -77,9 +74,7 @@ bool Node::Take(Element id, pugi::xml_node element, Builder& builder) {
       return true;
     case Element::ImposedAccessMode: {
       EAccessMode mode = RW;
-      if (!EAccessModeClass::FromString(std::string(builder.Text(element)).c_str(), &mode)) {
-        builder.Bad(*this, element, "is no access mode");
-      }
+      builder.Choice<EAccessModeClass>(*this, element, mode, "is no access mode");
       m_xmlAccess = static_cast<uint8_t>(mode);
       return true;
     }
@@ -462,6 +457,10 @@ bool Node::FloatHasInc() {
 double Node::FloatInc() {
   GENAPI_RAISE(RuntimeException, *this, "the node has no increment");
 }
+EIncMode Node::FloatIncMode() {
+  return FloatHasInc() ? fixedIncrement : noIncrement;
+}
+void Node::FloatValidValues(std::vector<double>&) {}
 std::string Node::ReadText(ReadMode) {
   GENAPI_RAISE(LogicalErrorException, *this, "the node has no text");
 }

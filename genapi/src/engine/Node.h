@@ -145,6 +145,8 @@ class Node : public INode, public ISelector, public IUserData {
   virtual double FloatMax();
   virtual bool FloatHasInc();
   virtual double FloatInc();
+  virtual EIncMode FloatIncMode();
+  virtual void FloatValidValues(std::vector<double>&);
   virtual ERepresentation InternalRepresentation() { return PureNumber; }
   virtual std::string_view InternalUnit() const { return {}; }
   virtual EDisplayNotation InternalNotation() const { return fnAutomatic; }

@@ -155,107 +155,151 @@ void TouchBounds(const NumberSource<T>& min, const NumberSource<T>& max,
 
 }  // namespace
 
-// ---- Integer ----
+// ---- both ----
 
-bool IntegerNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  if (TakeTarget(m_target, id, *this, element, builder)) return true;
-  if (TakeSource(m_min, Element::Min, Element::pMin, id, *this, element, builder)) return true;
-  if (TakeSource(m_max, Element::Max, Element::pMax, id, *this, element, builder)) return true;
-  if (TakeSource(m_inc, Element::Inc, Element::pInc, id, *this, element, builder)) return true;
-  switch (id) {
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      if (!ERepresentationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                            &m_representation)) {
-        builder.Bad(*this, element, "is no representation");
-      }
-      return true;
-    case Element::ValidValueSet: {
-      std::string_view rest = builder.Text(element);
-      while (!rest.empty()) {
-        const size_t end = std::min(rest.find(';'), rest.size());
-        int64_t value = 0;
-        const auto part = Trim(rest.substr(0, end));
-        if (!part.empty()) {
-          if (!ParseInt(part, value) || m_validValues.size() >= sk_maxListValues) {
-            builder.Bad(*this, element, "is no list of integers");
-          }
-          m_validValues.push_back(value);
-        }
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-      }
-      std::sort(m_validValues.begin(), m_validValues.end());
-      return true;
-    }
-    default:
-      return IntegerNodeBase::Take(id, element, builder);
-  }
+template <class T>
+bool NumberNode<T>::Take(Element id, pugi::xml_node element, Builder& builder) {
+  return TakeTarget(m_target, id, *this, element, builder) ||
+         TakeSource(m_min, Element::Min, Element::pMin, id, *this, element, builder) ||
+         TakeSource(m_max, Element::Max, Element::pMax, id, *this, element, builder) ||
+         TakeSource(m_inc, Element::Inc, Element::pInc, id, *this, element, builder) ||
+         Base::Take(id, element, builder);
 }
 
-void IntegerNode::Finish(Builder&) {
+template <class T>
+void NumberNode<T>::Finish(Builder&) {
   FinishTarget(m_target, *this);
 }
 
-Node* IntegerNode::Source() const {
+template <class T>
+Node* NumberNode<T>::Source() const {
   return m_target.pTable ? Select(m_target, *this).pNode : m_target.pValue;
 }
-int64_t* IntegerNode::Slot() {
+
+template <class T>
+T* NumberNode<T>::Slot() {
   return m_target.pTable ? &Select(m_target, *this).value : &m_target.stored;
 }
 
-int64_t IntegerNode::FetchInt(ReadMode mode) {
-  if (Node* source = Source()) return source->ReadInt(mode);
+// How a value is shown does not fail for want of one.
+template <class T>
+Node* NumberNode<T>::DisplaySource() const {
+  if (!m_target.pTable) return m_target.pValue;
+  try {
+    return Source();
+  } catch (const GENICAM_NAMESPACE::GenericException&) {
+    return nullptr;
+  }
+}
+
+template <class T>
+T NumberNode<T>::Fetch(ReadMode mode) {
+  if (Node* source = Source()) return Traits::Read(*source, mode);
   return *Slot();
 }
 
-void IntegerNode::StoreInt(int64_t value, bool verify) {
+template <class T>
+void NumberNode<T>::Store(T value, bool verify) {
   if (!m_target.copies.empty()) {
-    for (Node* copy : m_target.copies) copy->WriteInt(value, verify);
+    for (Node* copy : m_target.copies) Traits::Write(*copy, value, verify);
     return;
   }
   if (Node* source = Source()) {
-    source->WriteInt(value, verify);
+    Traits::Write(*source, value, verify);
     return;
   }
   *Slot() = value;
-  m_value = value;
-  m_valueValid = IsCacheable(InternalCaching());
-  m_map.NodeChanged(*this);
+  this->m_value = value;
+  this->m_valueValid = IsCacheable(this->InternalCaching());
+  this->m_map.NodeChanged(*this);
 }
 
-int64_t IntegerNode::OwnMin() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_min.pNode) return m_min.pNode->ReadInt({});
+template <class T>
+T NumberNode<T>::OwnMin() {
+  NodeMap::ReadDepth depth(this->m_map, *this);
+  if (m_min.pNode) return Traits::Read(*m_min.pNode, {});
   if (m_min.given) return m_min.constant;
   Node* source = Source();
-  int64_t min = source ? source->IntMin() : INT64_MIN;
-  for (Node* copy : m_target.copies) min = std::max(min, copy->IntMin());
+  T min = source ? Traits::Min(*source) : this->sk_lowest;
+  for (Node* copy : m_target.copies) min = std::max(min, Traits::Min(*copy));
   return min;
 }
 
-int64_t IntegerNode::OwnMax() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_max.pNode) return m_max.pNode->ReadInt({});
+template <class T>
+T NumberNode<T>::OwnMax() {
+  NodeMap::ReadDepth depth(this->m_map, *this);
+  if (m_max.pNode) return Traits::Read(*m_max.pNode, {});
   if (m_max.given) return m_max.constant;
   Node* source = Source();
-  int64_t max = source ? source->IntMax() : INT64_MAX;
-  for (Node* copy : m_target.copies) max = std::min(max, copy->IntMax());
+  T max = source ? Traits::Max(*source) : this->sk_highest;
+  for (Node* copy : m_target.copies) max = std::min(max, Traits::Max(*copy));
   return max;
 }
 
+template <class T>
+bool NumberNode<T>::OwnInc(T& inc) const {
+  if (!m_inc.given) return false;
+  NodeMap::ReadDepth depth(this->m_map, *this);
+  inc = m_inc.pNode ? Traits::Read(*m_inc.pNode, {}) : m_inc.constant;
+  return true;
+}
+
+// Values that one copy can hold and another cannot would not arrive everywhere.
+template <class T>
+bool NumberNode<T>::CopiesStepAlike() const {
+  NodeMap::ReadDepth depth(this->m_map, *this);
+  for (Node* copy : m_target.copies) {
+    Node& first = *m_target.copies.front();
+    if (copy->FloatHasInc() != first.FloatHasInc()) return false;
+    if (copy->FloatHasInc() && Traits::Inc(*copy) != Traits::Inc(first)) return false;
+  }
+  return true;
+}
+
+template <class T>
+EAccessMode NumberNode<T>::BaseAccess() const {
+  EAccessMode mode = TargetAccess(m_target, *this);
+  if (IsWritable(mode) && !CopiesStepAlike()) mode = Combine(mode, RO);
+  TouchBounds(m_min, m_max, m_inc);
+  return mode;
+}
+
+template class NumberNode<int64_t>;
+template class NumberNode<double>;
+
+// ---- Integer ----
+
+bool IntegerNode::Take(Element id, pugi::xml_node element, Builder& builder) {
+  if (id != Element::ValidValueSet) return NumberNode::Take(id, element, builder);
+  std::string_view rest = builder.Text(element);
+  while (!rest.empty()) {
+    const size_t end = std::min(rest.find(';'), rest.size());
+    int64_t value = 0;
+    const auto part = Trim(rest.substr(0, end));
+    if (!part.empty()) {
+      if (!ParseInt(part, value) || m_validValues.size() >= sk_maxListValues) {
+        builder.Bad(*this, element, "is no list of integers");
+      }
+      m_validValues.push_back(value);
+    }
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  std::sort(m_validValues.begin(), m_validValues.end());
+  return true;
+}
+
 int64_t IntegerNode::IntInc() {
+  int64_t inc = 1;
+  if (OwnInc(inc)) return inc;
   NodeMap::ReadDepth depth(m_map, *this);
-  if (m_inc.pNode) return m_inc.pNode->ReadInt({});
-  if (m_inc.given) return m_inc.constant;
   Node* source = Source();
   return source ? source->IntInc() : 1;
 }
 
 EIncMode IntegerNode::IntIncMode() {
-  NodeMap::ReadDepth depth(m_map, *this);
   if (!m_validValues.empty()) return listIncrement;
-  if (m_inc.given) return fixedIncrement;
+  NodeMap::ReadDepth depth(m_map, *this);
+  if (HasOwnInc()) return fixedIncrement;
   Node* source = Source();
   return source ? source->IntIncMode() : fixedIncrement;
 }
@@ -269,149 +313,33 @@ void IntegerNode::IntValidValues(std::vector<int64_t>& values) {
   }
 }
 
-ERepresentation IntegerNode::InternalRepresentation() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_representation != _UndefinedRepresentation) return m_representation;
-  Node* source = m_target.pTable ? nullptr : m_target.pValue;
-  return source ? source->InternalRepresentation() : PureNumber;
-}
-
-std::string_view IntegerNode::InternalUnit() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  const auto own = Trim(ChildText("Unit"));
-  return own.empty() && m_target.pValue ? m_target.pValue->InternalUnit() : own;
-}
-
-EAccessMode IntegerNode::BaseAccess() const {
-  const EAccessMode mode = TargetAccess(m_target, *this);
-  TouchBounds(m_min, m_max, m_inc);
-  return mode;
-}
-
 // ---- Float ----
-
-bool FloatNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  if (TakeTarget(m_target, id, *this, element, builder)) return true;
-  if (TakeSource(m_min, Element::Min, Element::pMin, id, *this, element, builder)) return true;
-  if (TakeSource(m_max, Element::Max, Element::pMax, id, *this, element, builder)) return true;
-  if (TakeSource(m_inc, Element::Inc, Element::pInc, id, *this, element, builder)) return true;
-  switch (id) {
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      if (!ERepresentationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                            &m_representation)) {
-        builder.Bad(*this, element, "is no representation");
-      }
-      return true;
-    case Element::DisplayNotation:
-      if (!EDisplayNotationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                             &m_notation)) {
-        builder.Bad(*this, element, "is no notation");
-      }
-      return true;
-    case Element::DisplayPrecision:
-      m_precision = builder.Int(*this, element);
-      return true;
-    default:
-      return FloatNodeBase::Take(id, element, builder);
-  }
-}
-
-void FloatNode::Finish(Builder&) {
-  FinishTarget(m_target, *this);
-}
-
-Node* FloatNode::Source() const {
-  return m_target.pTable ? Select(m_target, *this).pNode : m_target.pValue;
-}
-double* FloatNode::Slot() {
-  return m_target.pTable ? &Select(m_target, *this).value : &m_target.stored;
-}
-
-double FloatNode::FetchFloat(ReadMode mode) {
-  if (Node* source = Source()) return source->ReadFloat(mode);
-  return *Slot();
-}
-
-void FloatNode::StoreFloat(double value, bool verify) {
-  if (!m_target.copies.empty()) {
-    for (Node* copy : m_target.copies) copy->WriteFloat(value, verify);
-    return;
-  }
-  if (Node* source = Source()) {
-    source->WriteFloat(value, verify);
-    return;
-  }
-  *Slot() = value;
-  m_value = value;
-  m_valueValid = IsCacheable(InternalCaching());
-  m_map.NodeChanged(*this);
-}
-
-double FloatNode::OwnMin() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_min.pNode) return m_min.pNode->ReadFloat({});
-  if (m_min.given) return m_min.constant;
-  Node* source = Source();
-  double min = source ? source->FloatMin() : -sk_max;
-  for (Node* copy : m_target.copies) min = std::max(min, copy->FloatMin());
-  return min;
-}
-
-double FloatNode::OwnMax() {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_max.pNode) return m_max.pNode->ReadFloat({});
-  if (m_max.given) return m_max.constant;
-  Node* source = Source();
-  double max = source ? source->FloatMax() : sk_max;
-  for (Node* copy : m_target.copies) max = std::min(max, copy->FloatMax());
-  return max;
-}
 
 bool FloatNode::FloatHasInc() {
   NodeMap::ReadDepth depth(m_map, *this);
-  if (m_inc.given) return true;
-  Node* source = m_target.pTable ? nullptr : m_target.pValue;
+  if (HasOwnInc()) return true;
+  Node* source = DisplaySource();
   return source && source->FloatHasInc();
 }
 
 double FloatNode::FloatInc() {
+  double inc = 0;
+  if (OwnInc(inc)) return inc;
   NodeMap::ReadDepth depth(m_map, *this);
-  if (m_inc.pNode) return m_inc.pNode->ReadFloat({});
-  if (m_inc.given) return m_inc.constant;
   Node* source = Source();
-  return source ? source->FloatInc() : FloatNodeBase::FloatInc();
+  return source ? source->FloatInc() : NumberNode::FloatInc();
 }
 
-ERepresentation FloatNode::InternalRepresentation() {
+EIncMode FloatNode::FloatIncMode() {
   NodeMap::ReadDepth depth(m_map, *this);
-  if (m_representation != _UndefinedRepresentation) return m_representation;
-  return m_target.pValue ? m_target.pValue->InternalRepresentation() : PureNumber;
+  if (HasOwnInc()) return fixedIncrement;
+  Node* source = DisplaySource();
+  return source ? source->FloatIncMode() : noIncrement;
 }
 
-std::string_view FloatNode::InternalUnit() const {
+void FloatNode::FloatValidValues(std::vector<double>& values) {
   NodeMap::ReadDepth depth(m_map, *this);
-  const auto own = Trim(ChildText("Unit"));
-  return own.empty() && m_target.pValue ? m_target.pValue->InternalUnit() : own;
-}
-
-EDisplayNotation FloatNode::InternalNotation() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_notation != _UndefinedEDisplayNotation) return m_notation;
-  return m_target.pValue ? m_target.pValue->InternalNotation() : fnAutomatic;
-}
-
-int64_t FloatNode::InternalPrecision() const {
-  NodeMap::ReadDepth depth(m_map, *this);
-  if (m_precision >= 0) return m_precision;
-  return m_target.pValue ? m_target.pValue->InternalPrecision() : 6;
-}
-
-EAccessMode FloatNode::BaseAccess() const {
-  const EAccessMode mode = TargetAccess(m_target, *this);
-  TouchBounds(m_min, m_max, m_inc);
-  return mode;
+  if (Node* source = DisplaySource()) source->FloatValidValues(values);
 }
 
 }  // namespace OrvexGenApi

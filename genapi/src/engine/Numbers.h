@@ -39,66 +39,57 @@ struct NumberTarget {
   std::unique_ptr<Table> pTable;
 };
 
-class IntegerNode final : public IntegerNodeBase {
+// Integer and Float have the same elements; this is what both make of them.
+template <class T>
+class NumberNode : public NumberTraits<T>::Base {
  public:
-  using IntegerNodeBase::IntegerNodeBase;
+  using Traits = NumberTraits<T>;
+  using Base = typename Traits::Base;
+  using Base::Base;
   bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   void Finish(Builder& builder) override;
+
+ protected:
+  T Fetch(ReadMode mode) override;
+  void Store(T value, bool verify) override;
+  T OwnMin() override;
+  T OwnMax() override;
+  EAccessMode BaseAccess() const override;
+  Node* DisplaySource() const override;
+  Node* Source() const;  // the node to read now; null when the value is held here
+  // The increment that the node gives itself; false when there is none.
+  bool OwnInc(T& inc) const;
+  bool HasOwnInc() const { return m_inc.given; }
+
+ private:
+  T* Slot();  // where the value is held
+  bool CopiesStepAlike() const;
+
+  NumberTarget<T> m_target;
+  NumberSource<T> m_min;
+  NumberSource<T> m_max;
+  NumberSource<T> m_inc;
+};
+
+class IntegerNode final : public NumberNode<int64_t> {
+ public:
+  using NumberNode::NumberNode;
+  bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   int64_t IntInc() override;
   EIncMode IntIncMode() override;
   void IntValidValues(std::vector<int64_t>& values) override;
-  ERepresentation InternalRepresentation() override;
-  std::string_view InternalUnit() const override;
-
- protected:
-  int64_t FetchInt(ReadMode mode) override;
-  void StoreInt(int64_t value, bool verify) override;
-  int64_t OwnMin() override;
-  int64_t OwnMax() override;
-  EAccessMode BaseAccess() const override;
 
  private:
-  Node* Source() const;  // the node to read now; null when the value is held here
-  int64_t* Slot();       // where the value is held
-
-  NumberTarget<int64_t> m_target;
-  NumberSource<int64_t> m_min;
-  NumberSource<int64_t> m_max;
-  NumberSource<int64_t> m_inc;
   std::vector<int64_t> m_validValues;
-  ERepresentation m_representation = _UndefinedRepresentation;
 };
 
-class FloatNode final : public FloatNodeBase {
+class FloatNode final : public NumberNode<double> {
  public:
-  using FloatNodeBase::FloatNodeBase;
-  bool Take(Element id, pugi::xml_node element, Builder& builder) override;
-  void Finish(Builder& builder) override;
+  using NumberNode::NumberNode;
   bool FloatHasInc() override;
   double FloatInc() override;
-  ERepresentation InternalRepresentation() override;
-  std::string_view InternalUnit() const override;
-  EDisplayNotation InternalNotation() const override;
-  int64_t InternalPrecision() const override;
-
- protected:
-  double FetchFloat(ReadMode mode) override;
-  void StoreFloat(double value, bool verify) override;
-  double OwnMin() override;
-  double OwnMax() override;
-  EAccessMode BaseAccess() const override;
-
- private:
-  Node* Source() const;
-  double* Slot();
-
-  NumberTarget<double> m_target;
-  NumberSource<double> m_min;
-  NumberSource<double> m_max;
-  NumberSource<double> m_inc;
-  ERepresentation m_representation = _UndefinedRepresentation;
-  EDisplayNotation m_notation = _UndefinedEDisplayNotation;
-  int64_t m_precision = -1;
+  EIncMode FloatIncMode() override;
+  void FloatValidValues(std::vector<double>& values) override;
 };
 
 }  // namespace OrvexGenApi

@@ -12,7 +12,6 @@ namespace OrvexGenApi {
 RegisterCore::~RegisterCore() = default;
 
 bool RegisterCore::Take(Element id, pugi::xml_node element, Builder& builder) {
-  const auto name = [&] { return std::string(builder.Text(element)); };
   switch (id) {
     case Element::Address:
       // Sums wrap around as addresses do.
@@ -36,7 +35,7 @@ bool RegisterCore::Take(Element id, pugi::xml_node element, Builder& builder) {
           builder.Bad(m_owner, element, "has a bad Offset");
       } else if (const auto node = element.attribute("pOffset")) {
         term.isLengthOffset = false;
-        term.pOffset = m_owner.Map().Find(node.value());
+        term.pOffset = m_owner.Map().Find(Trim(node.value()));
         if (term.pOffset == nullptr)
           builder.Bad(m_owner, element, "has a pOffset that names no node");
         builder.AddLink(*term.pOffset, Element::pOffset);
@@ -56,9 +55,7 @@ bool RegisterCore::Take(Element id, pugi::xml_node element, Builder& builder) {
       m_hasLength = true;
       return true;
     case Element::AccessMode:
-      if (!EAccessModeClass::FromString(name().c_str(), &m_access)) {
-        builder.Bad(m_owner, element, "is no access mode");
-      }
+      builder.Choice<EAccessModeClass>(m_owner, element, m_access, "is no access mode");
       return true;
     case Element::pPort: {
       m_pPort = builder.Resolve(m_owner, element, id)->AsPort();
@@ -66,16 +63,14 @@ bool RegisterCore::Take(Element id, pugi::xml_node element, Builder& builder) {
       return true;
     }
     case Element::Cachable:
-      if (!ECachingModeClass::FromString(name().c_str(), &m_caching)) {
-        builder.Bad(m_owner, element, "is no caching mode");
-      }
+      builder.Choice<ECachingModeClass>(m_owner, element, m_caching, "is no caching mode");
       return true;
-    case Element::Endianess:
-      if (name() != "BigEndian" && name() != "LittleEndian") {
-        builder.Bad(m_owner, element, "is no byte order");
-      }
-      m_bigEndian = name() == "BigEndian";
+    case Element::Endianess: {
+      EEndianess order = LittleEndian;
+      builder.Choice<EEndianessClass>(m_owner, element, order, "is no byte order");
+      m_bigEndian = order == BigEndian;
       return true;
+    }
     default:
       return false;
   }

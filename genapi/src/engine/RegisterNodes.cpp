@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include "engine/Builder.h"
 #include "engine/Registers.h"
@@ -13,26 +14,22 @@ namespace OrvexGenApi {
 // ---- integers ----
 
 bool IntRegNode::Take(Element id, pugi::xml_node element, Builder& builder) {
+  // Far outside of any register is as wrong as it stands, and fits.
+  const auto bit = [&] {
+    return static_cast<int>(std::clamp<int64_t>(builder.Int(*this, element), -1, 9999));
+  };
   switch (id) {
     case Element::Sign:
       m_signed = builder.Text(element) == "Signed";
       return true;
-    case Element::Unit:
-      return true;
-    case Element::Representation:
-      if (!ERepresentationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                            &m_representation)) {
-        builder.Bad(*this, element, "is no representation");
-      }
-      return true;
     case Element::Bit:
-      m_low = m_high = static_cast<int>(builder.Int(*this, element));
+      m_lsb = m_msb = bit();
       return true;
     case Element::LSB:
-      m_low = static_cast<int>(builder.Int(*this, element));
+      m_lsb = bit();
       return true;
     case Element::MSB:
-      m_high = static_cast<int>(builder.Int(*this, element));
+      m_msb = bit();
       return true;
     default:
       return WithRegister::Take(id, element, builder);
@@ -41,83 +38,82 @@ bool IntRegNode::Take(Element id, pugi::xml_node element, Builder& builder) {
 
 void IntRegNode::Finish(Builder& builder) {
   WithRegister::Finish(builder);
-  const int64_t length = m_core.ConstantLength();
+  if (m_lsb < 0) m_lsb = m_msb;
+  if (m_msb < 0) m_msb = m_lsb;
+  if (m_core.HasConstantLength()) m_field = FieldOf(m_core.Length());
+}
+
+IntRegNode::Field IntRegNode::FieldOf(int64_t length) const {
   if (length < 1 || length > 8) {
     GENAPI_RAISE(PropertyException, *this, "an integer register has 1 to 8 bytes, not %lld",
                  static_cast<long long>(length));
   }
-  m_bytes = static_cast<uint8_t>(length);
-  if (!m_masked) return;
-  const int bits = m_bytes * 8;
-  if (m_low < 0) m_low = m_high;
-  if (m_high < 0) m_high = m_low;
-  if (m_low < 0 || m_low >= bits || m_high >= bits) {
+  const int bits = static_cast<int>(length) * 8;
+  const auto bytes = static_cast<uint8_t>(length);
+  if (!m_masked) return {bytes, 0, static_cast<uint8_t>(bits)};
+  // Some files exchange the two.
+  int low = std::min(m_lsb, m_msb);
+  int high = std::max(m_lsb, m_msb);
+  if (low < 0 || high >= bits) {
     GENAPI_RAISE(PropertyException, *this, "the field's bits do not lie inside the register");
   }
   // Big-endian registers count bits from the most significant one.
-  if (m_core.IsBigEndian()) {
-    m_low = bits - 1 - m_low;
-    m_high = bits - 1 - m_high;
-  }
-  if (m_low > m_high) std::swap(m_low, m_high);
+  if (m_core.IsBigEndian()) std::tie(low, high) = std::pair(bits - 1 - high, bits - 1 - low);
+  return {bytes, static_cast<uint8_t>(low), static_cast<uint8_t>(high - low + 1)};
 }
 
-uint64_t IntRegNode::Assemble(const uint8_t* pBytes) const {
+uint64_t IntRegNode::Assemble(const uint8_t* pBytes, unsigned count) const {
   uint64_t raw = 0;
-  if (m_core.IsBigEndian()) {
-    for (int i = 0; i < m_bytes; ++i) raw = raw << 8 | pBytes[i];
-  } else {
-    for (int i = m_bytes - 1; i >= 0; --i) raw = raw << 8 | pBytes[i];
+  for (unsigned i = 0; i < count; ++i) {
+    raw = raw << 8 | pBytes[m_core.IsBigEndian() ? i : count - 1 - i];
   }
   return raw;
 }
 
-void IntRegNode::Disassemble(uint64_t raw, uint8_t* pBytes) const {
-  for (int i = 0; i < m_bytes; ++i) {
-    const int at = m_core.IsBigEndian() ? m_bytes - 1 - i : i;
-    pBytes[at] = static_cast<uint8_t>(raw >> (8 * i));
+void IntRegNode::Disassemble(uint64_t raw, uint8_t* pBytes, unsigned count) const {
+  for (unsigned i = 0; i < count; ++i, raw >>= 8) {
+    pBytes[m_core.IsBigEndian() ? count - 1 - i : i] = static_cast<uint8_t>(raw);
   }
 }
 
-int64_t IntRegNode::FetchInt(ReadMode mode) {
+int64_t IntRegNode::Fetch(ReadMode mode) {
   uint8_t bytes[8];
-  m_core.Read(bytes, m_bytes, mode);
-  uint64_t raw = Assemble(bytes);
-  const unsigned width = Width();
-  if (m_masked) raw >>= m_low;
-  if (width < 64) {
-    raw &= (uint64_t{1} << width) - 1;
-    if (m_signed && (raw >> (width - 1)) != 0) raw |= ~uint64_t{0} << width;
+  const Field field = Now();
+  m_core.Read(bytes, field.bytes, mode);
+  uint64_t raw = Assemble(bytes, field.bytes) >> field.low;
+  if (field.width < 64) {
+    raw &= (uint64_t{1} << field.width) - 1;
+    if (m_signed && (raw >> (field.width - 1)) != 0) raw |= ~uint64_t{0} << field.width;
   }
   return static_cast<int64_t>(raw);
 }
 
-void IntRegNode::StoreInt(int64_t value, bool verify) {
+void IntRegNode::Store(int64_t value, bool verify) {
   uint8_t bytes[8];
+  const Field field = Now();
   uint64_t raw = static_cast<uint64_t>(value);
-  const unsigned width = Width();
-  if (m_masked && width < m_bytes * 8u) {
+  if (field.width < field.bytes * 8) {
     // The bits beside the field stay as they are, as far as they can be known.
     uint64_t old = 0;
     if (IsReadable(InternalAccess()) || m_core.IsCacheValid()) {
-      m_core.Read(bytes, m_bytes, {verify, false});
-      old = Assemble(bytes);
+      m_core.Read(bytes, field.bytes, {verify, false});
+      old = Assemble(bytes, field.bytes);
     }
-    const uint64_t mask = ((uint64_t{1} << width) - 1) << m_low;
-    raw = (old & ~mask) | ((raw << m_low) & mask);
+    const uint64_t mask = ((uint64_t{1} << field.width) - 1) << field.low;
+    raw = (old & ~mask) | ((raw << field.low) & mask);
   }
-  Disassemble(raw, bytes);
-  m_core.Write(bytes, m_bytes, verify);
+  Disassemble(raw, bytes, field.bytes);
+  m_core.Write(bytes, field.bytes, verify);
 }
 
 int64_t IntRegNode::OwnMin() {
-  const unsigned width = Width();
+  const unsigned width = Now().width;
   if (!m_signed) return 0;
   return width >= 64 ? INT64_MIN : -(int64_t{1} << (width - 1));
 }
 
 int64_t IntRegNode::OwnMax() {
-  const unsigned width = Width();
+  const unsigned width = Now().width;
   if (width >= 64) return INT64_MAX;
   return m_signed ? (int64_t{1} << (width - 1)) - 1
                   : static_cast<int64_t>((uint64_t{1} << width) - 1);
@@ -125,43 +121,22 @@ int64_t IntRegNode::OwnMax() {
 
 // ---- floats ----
 
-bool FloatRegNode::Take(Element id, pugi::xml_node element, Builder& builder) {
-  switch (id) {
-    case Element::Unit:
-    case Element::Sign:
-      return true;
-    case Element::Representation:
-      if (!ERepresentationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                            &m_representation)) {
-        builder.Bad(*this, element, "is no representation");
-      }
-      return true;
-    case Element::DisplayNotation:
-      if (!EDisplayNotationClass::FromString(std::string(builder.Text(element)).c_str(),
-                                             &m_notation)) {
-        builder.Bad(*this, element, "is no notation");
-      }
-      return true;
-    case Element::DisplayPrecision:
-      m_precision = builder.Int(*this, element);
-      return true;
-    default:
-      return WithRegister::Take(id, element, builder);
-  }
-}
-
 void FloatRegNode::Finish(Builder& builder) {
   WithRegister::Finish(builder);
-  const int64_t length = m_core.ConstantLength();
+  if (m_core.HasConstantLength()) CheckedBytes(m_core.Length());
+}
+
+size_t FloatRegNode::CheckedBytes(int64_t length) const {
   if (length != 4 && length != 8) {
     GENAPI_RAISE(PropertyException, *this, "a float register has 4 or 8 bytes, not %lld",
                  static_cast<long long>(length));
   }
+  return static_cast<size_t>(length);
 }
 
-double FloatRegNode::FetchFloat(ReadMode mode) {
+double FloatRegNode::Fetch(ReadMode mode) {
   uint8_t bytes[8];
-  const auto length = static_cast<size_t>(m_core.ConstantLength());
+  const size_t length = Bytes();
   m_core.Read(bytes, static_cast<int64_t>(length), mode);
   if (m_core.IsBigEndian()) std::reverse(bytes, bytes + length);
   if (length == 4) {
@@ -174,9 +149,9 @@ double FloatRegNode::FetchFloat(ReadMode mode) {
   return value;
 }
 
-void FloatRegNode::StoreFloat(double value, bool verify) {
+void FloatRegNode::Store(double value, bool verify) {
   uint8_t bytes[8];
-  const auto length = static_cast<size_t>(m_core.ConstantLength());
+  const size_t length = Bytes();
   if (length == 4) {
     const auto narrow = static_cast<float>(value);
     std::memcpy(bytes, &narrow, sizeof narrow);
@@ -188,7 +163,7 @@ void FloatRegNode::StoreFloat(double value, bool verify) {
 }
 
 double FloatRegNode::OwnMin() {
-  return m_core.ConstantLength() == 4 ? -3.4028234663852886e38 : -sk_max;
+  return Bytes() == 4 ? -3.4028234663852886e38 : sk_lowest;
 }
 
 // ---- texts and plain bytes ----

@@ -30,8 +30,7 @@ class RegisterCore {
   // The length as a size that memory may be taken for; throws OutOfRangeException when it makes no
   // sense.
   size_t CheckedLength();
-  // Length given as a constant; 0 when it comes from a node.
-  int64_t ConstantLength() const { return m_pLength ? 0 : m_length; }
+  bool HasConstantLength() const { return m_pLength == nullptr; }
   // The first so many bytes; at most the register's length.
   void Read(uint8_t* pBuffer, int64_t length, ReadMode mode);
   void Write(const uint8_t* pBuffer, int64_t length, bool verify);
@@ -122,26 +121,32 @@ class IntRegNode final : public WithRegister<IntegerNodeBase> {
       : WithRegister(map, element), m_masked(masked) {}
   bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override { return m_representation; }
-  std::string_view InternalUnit() const override { return Trim(ChildText("Unit")); }
 
  protected:
-  int64_t FetchInt(ReadMode mode) override;
-  void StoreInt(int64_t value, bool verify) override;
+  int64_t Fetch(ReadMode mode) override;
+  void Store(int64_t value, bool verify) override;
   int64_t OwnMin() override;
   int64_t OwnMax() override;
 
  private:
-  uint64_t Assemble(const uint8_t* pBytes) const;
-  void Disassemble(uint64_t raw, uint8_t* pBytes) const;
-  unsigned Width() const { return m_masked ? unsigned(m_high - m_low + 1) : m_bytes * 8u; }
+  // Which bits of how many bytes the value is; bits count from the least significant one.
+  struct Field {
+    uint8_t bytes;
+    uint8_t low;
+    uint8_t width;
+  };
+  // Throws PropertyException when the length or the bits make no sense.
+  Field FieldOf(int64_t length) const;
+  // A length that another node gives may change at any time.
+  Field Now() { return m_field.bytes ? m_field : FieldOf(m_core.Length()); }
+  uint64_t Assemble(const uint8_t* pBytes, unsigned count) const;
+  void Disassemble(uint64_t raw, uint8_t* pBytes, unsigned count) const;
 
   bool m_masked;
   bool m_signed = false;
-  uint8_t m_bytes = 0;
-  ERepresentation m_representation = PureNumber;
-  int m_low = -1;  // bits in little-endian numbering after Finish
-  int m_high = -1;
+  Field m_field{};  // of a constant length; no bytes otherwise
+  int m_lsb = -1;   // as the description says
+  int m_msb = -1;
 };
 
 class FloatRegNode final : public WithRegister<FloatNodeBase> {
@@ -149,24 +154,18 @@ class FloatRegNode final : public WithRegister<FloatNodeBase> {
   FloatRegNode(NodeMap& map, pugi::xml_node element) : WithRegister(map, element) {
     m_core.SetDefaultCaching(WriteAround);
   }
-  bool Take(Element id, pugi::xml_node element, Builder& builder) override;
   void Finish(Builder& builder) override;
-  ERepresentation InternalRepresentation() override { return m_representation; }
-  std::string_view InternalUnit() const override { return Trim(ChildText("Unit")); }
-  EDisplayNotation InternalNotation() const override { return m_notation; }
-  int64_t InternalPrecision() const override { return m_precision; }
 
  protected:
-  double FetchFloat(ReadMode mode) override;
-  void StoreFloat(double value, bool verify) override;
+  double Fetch(ReadMode mode) override;
+  void Store(double value, bool verify) override;
   double OwnMin() override;
   double OwnMax() override { return -OwnMin(); }
   ECachingMode OwnCaching() const override { return m_core.Caching(); }
 
  private:
-  ERepresentation m_representation = PureNumber;
-  EDisplayNotation m_notation = fnAutomatic;
-  int64_t m_precision = 6;
+  size_t Bytes() { return CheckedBytes(m_core.Length()); }
+  size_t CheckedBytes(int64_t length) const;
 };
 
 class StringRegNode final : public WithRegister<StringNodeBase> {

@@ -9,24 +9,91 @@
 
 namespace OrvexGenApi {
 
-// ---- integer ----
+// ---- what all numbers share ----
 
-int64_t IntegerNodeBase::GetValue(bool Verify, bool IgnoreCache) {
-  ReadScope scope(m_map);
-  return ReadInt({Verify, IgnoreCache});
+bool NumberNodeBase::Take(Element id, pugi::xml_node element, Builder& builder) {
+  switch (id) {
+    case Element::Unit:
+      return true;  // looked up when it is asked for
+    case Element::Representation: {
+      ERepresentation representation = PureNumber;
+      builder.Choice<ERepresentationClass>(*this, element, representation, "is no representation");
+      m_representation = static_cast<uint8_t>(representation);
+      return true;
+    }
+    case Element::DisplayNotation: {
+      EDisplayNotation notation = fnAutomatic;
+      builder.Choice<EDisplayNotationClass>(*this, element, notation, "is no notation");
+      m_notation = static_cast<uint8_t>(notation);
+      return true;
+    }
+    case Element::DisplayPrecision:
+      m_precision = static_cast<int16_t>(
+          std::clamp<int64_t>(builder.Int(*this, element), sk_noPrecision, INT16_MAX));
+      return true;
+    default:
+      return ValueNode::Take(id, element, builder);
+  }
 }
 
-int64_t IntegerNodeBase::ReadInt(ReadMode mode) {
+ERepresentation NumberNodeBase::InternalRepresentation() {
+  if (m_representation != _UndefinedRepresentation) {
+    return static_cast<ERepresentation>(m_representation);
+  }
+  NodeMap::ReadDepth depth(m_map, *this);
+  Node* source = DisplaySource();
+  return source ? source->InternalRepresentation() : PureNumber;
+}
+
+std::string_view NumberNodeBase::InternalUnit() const {
+  const auto own = Trim(ChildText("Unit"));
+  if (!own.empty()) return own;
+  NodeMap::ReadDepth depth(m_map, *this);
+  const Node* source = DisplaySource();
+  return source ? source->InternalUnit() : own;
+}
+
+EDisplayNotation NumberNodeBase::InternalNotation() const {
+  if (m_notation != _UndefinedEDisplayNotation) return static_cast<EDisplayNotation>(m_notation);
+  NodeMap::ReadDepth depth(m_map, *this);
+  const Node* source = DisplaySource();
+  return source ? source->InternalNotation() : fnAutomatic;
+}
+
+int64_t NumberNodeBase::InternalPrecision() const {
+  if (m_precision != sk_noPrecision) return m_precision;
+  NodeMap::ReadDepth depth(m_map, *this);
+  const Node* source = DisplaySource();
+  return source ? source->InternalPrecision() : ValueNode::InternalPrecision();
+}
+
+void NumberNodeBase::CheckAvailable() const {
+  const EAccessMode mode = InternalAccess();
+  if (!IsAvailable(mode)) {
+    GENAPI_RAISE(AccessException, *this, "the node is not available (access mode %s)",
+                 EAccessModeClass::ToString(mode).c_str());
+  }
+}
+
+gcstring NumberNodeBase::UnitText() const {
+  return Ask([&] {
+    const auto unit = InternalUnit();
+    return gcstring(unit.data(), unit.size());
+  });
+}
+
+template <class T, class Interface>
+T TypedNumber<T, Interface>::Read(ReadMode mode) {
   if (m_valueValid && !mode.verify && !mode.ignoreCache &&
       IsReadable(static_cast<EAccessMode>(m_accessCache))) {
     return m_value;
   }
   NodeMap::ReadDepth depth(m_map, *this);
   CheckReadable();
-  int64_t value = m_value;
+  T value = m_value;
   // Verifying reaches down to what the value comes from.
   if (!m_valueValid || mode.ignoreCache || mode.verify) {
-    value = FetchInt(mode);
+    value = Fetch(mode);
     m_value = value;
     m_valueValid = IsCacheable(InternalCaching());
   }
@@ -37,19 +104,27 @@ int64_t IntegerNodeBase::ReadInt(ReadMode mode) {
   return value;
 }
 
-void IntegerNodeBase::SetValue(int64_t Value, bool Verify) {
-  WriteScope scope(m_map);
-  WriteInt(Value, Verify);
-  scope.Finish();
-}
-
-void IntegerNodeBase::WriteInt(int64_t value, bool verify) {
+template <class T, class Interface>
+void TypedNumber<T, Interface>::Write(T value, bool verify) {
   NodeMap::ReadDepth depth(m_map, *this);
   CheckWritable();
   if (verify) CheckValue(value);
-  StoreInt(value, verify);
+  Store(value, verify);
   if (verify) CheckErrors();
 }
+
+template <class T, class Interface>
+void TypedNumber<T, Interface>::Impose(T& bound, T value) {
+  WriteScope scope(m_map);
+  bound = value;
+  m_map.NodeChanged(*this);
+  scope.Finish();
+}
+
+template class TypedNumber<int64_t, IInteger>;
+template class TypedNumber<double, IFloat>;
+
+// ---- integer ----
 
 // To the nearest integer, and from there to the nearest valid value.
 void IntegerNodeBase::WriteFloat(double value, bool verify) {
@@ -109,68 +184,35 @@ void IntegerNodeBase::CheckValue(int64_t value) {
   }
 }
 
-void IntegerNodeBase::CheckAvailable() const {
-  const EAccessMode mode = InternalAccess();
-  if (!IsAvailable(mode)) {
-    GENAPI_RAISE(AccessException, *this, "the node is not available (access mode %s)",
-                 EAccessModeClass::ToString(mode).c_str());
-  }
-}
-
-int64_t IntegerNodeBase::GetMin() {
-  ReadScope scope(m_map);
-  CheckAvailable();
-  return IntMin();
-}
-int64_t IntegerNodeBase::GetMax() {
-  ReadScope scope(m_map);
-  CheckAvailable();
-  return IntMax();
-}
 EIncMode IntegerNodeBase::GetIncMode() {
-  ReadScope scope(m_map);
-  return IntIncMode();
-}
-int64_t IntegerNodeBase::GetInc() {
-  ReadScope scope(m_map);
-  CheckAvailable();
-  return IntInc();
+  return Ask([&] { return IntIncMode(); });
 }
 
-int64_autovector_t IntegerNodeBase::GetListOfValidValues(bool bounded) {
-  ReadScope scope(m_map);
-  std::vector<int64_t> values;
-  if (IntIncMode() == listIncrement) IntValidValues(values);
-  if (bounded && !values.empty()) {
-    const int64_t min = IntMin();
-    const int64_t max = IntMax();
-    std::erase_if(values, [&](int64_t v) { return v < min || v > max; });
-  }
-  int64_autovector_t list(values.size());
+namespace {
+
+// The values as the published list type, without those outside of the bounds.
+template <class List, class T>
+List Listed(std::vector<T> values, bool bounded, T min, T max) {
+  if (bounded) std::erase_if(values, [&](T v) { return v < min || v > max; });
+  List list(values.size());
   for (size_t i = 0; i < values.size(); ++i) list[i] = values[i];
   return list;
 }
 
-ERepresentation IntegerNodeBase::GetRepresentation() {
+}  // namespace
+
+int64_autovector_t IntegerNodeBase::GetListOfValidValues(bool bounded) {
   ReadScope scope(m_map);
-  return InternalRepresentation();
+  std::vector<int64_t> values;
+  if (IntIncMode() != listIncrement) return int64_autovector_t();
+  IntValidValues(values);
+  return Listed<int64_autovector_t>(std::move(values), bounded, IntMin(), IntMax());
 }
-gcstring IntegerNodeBase::GetUnit() {
-  ReadScope scope(m_map);
-  const auto unit = InternalUnit();
-  return gcstring(unit.data(), unit.size());
-}
-void IntegerNodeBase::ImposeMin(int64_t Value) {
-  WriteScope scope(m_map);
-  m_imposedMin = Value;
-  m_map.NodeChanged(*this);
-  scope.Finish();
-}
-void IntegerNodeBase::ImposeMax(int64_t Value) {
-  WriteScope scope(m_map);
-  m_imposedMax = Value;
-  m_map.NodeChanged(*this);
-  scope.Finish();
+
+void IntegerNodeBase::FloatValidValues(std::vector<double>& values) {
+  std::vector<int64_t> integers;
+  IntValidValues(integers);
+  values.assign(integers.begin(), integers.end());
 }
 
 std::string IntegerNodeBase::ReadText(ReadMode mode) {
@@ -188,31 +230,6 @@ void IntegerNodeBase::WriteText(const std::string& text, bool verify) {
 
 // ---- float ----
 
-double FloatNodeBase::GetValue(bool Verify, bool IgnoreCache) {
-  ReadScope scope(m_map);
-  return ReadFloat({Verify, IgnoreCache});
-}
-
-double FloatNodeBase::ReadFloat(ReadMode mode) {
-  if (m_valueValid && !mode.verify && !mode.ignoreCache &&
-      IsReadable(static_cast<EAccessMode>(m_accessCache))) {
-    return m_value;
-  }
-  NodeMap::ReadDepth depth(m_map, *this);
-  CheckReadable();
-  double value = m_value;
-  if (!m_valueValid || mode.ignoreCache || mode.verify) {
-    value = FetchFloat(mode);
-    m_value = value;
-    m_valueValid = IsCacheable(InternalCaching());
-  }
-  if (mode.verify) {
-    CheckValue(value);
-    CheckErrors();
-  }
-  return value;
-}
-
 int64_t FloatNodeBase::ReadInt(ReadMode mode) {
   const double value = ReadFloat(mode);
   try {
@@ -220,20 +237,6 @@ int64_t FloatNodeBase::ReadInt(ReadMode mode) {
   } catch (const FormulaDomainError&) {
     GENAPI_RAISE(OutOfRangeException, *this, "%g does not fit into an integer", value);
   }
-}
-
-void FloatNodeBase::SetValue(double Value, bool Verify) {
-  WriteScope scope(m_map);
-  WriteFloat(Value, Verify);
-  scope.Finish();
-}
-
-void FloatNodeBase::WriteFloat(double value, bool verify) {
-  NodeMap::ReadDepth depth(m_map, *this);
-  CheckWritable();
-  if (verify) CheckValue(value);
-  StoreFloat(value, verify);
-  if (verify) CheckErrors();
 }
 
 void FloatNodeBase::CheckValue(double value) {
@@ -245,68 +248,24 @@ void FloatNodeBase::CheckValue(double value) {
   }
 }
 
-void FloatNodeBase::CheckAvailable() const {
-  const EAccessMode mode = InternalAccess();
-  if (!IsAvailable(mode)) {
-    GENAPI_RAISE(AccessException, *this, "the node is not available (access mode %s)",
-                 EAccessModeClass::ToString(mode).c_str());
-  }
-}
-
-double FloatNodeBase::GetMin() {
-  ReadScope scope(m_map);
-  CheckAvailable();
-  return FloatMin();
-}
-double FloatNodeBase::GetMax() {
-  ReadScope scope(m_map);
-  CheckAvailable();
-  return FloatMax();
-}
 bool FloatNodeBase::HasInc() {
-  ReadScope scope(m_map);
-  return FloatHasInc();
+  return Ask([&] { return FloatHasInc(); });
 }
 EIncMode FloatNodeBase::GetIncMode() {
-  ReadScope scope(m_map);
-  return FloatHasInc() ? fixedIncrement : noIncrement;
+  return Ask([&] { return FloatIncMode(); });
 }
-double FloatNodeBase::GetInc() {
+double_autovector_t FloatNodeBase::GetListOfValidValues(bool bounded) {
   ReadScope scope(m_map);
-  CheckAvailable();
-  return FloatInc();
-}
-double_autovector_t FloatNodeBase::GetListOfValidValues(bool) {
-  return double_autovector_t();
-}
-ERepresentation FloatNodeBase::GetRepresentation() {
-  ReadScope scope(m_map);
-  return InternalRepresentation();
-}
-gcstring FloatNodeBase::GetUnit() const {
-  ReadScope scope(m_map);
-  const auto unit = InternalUnit();
-  return gcstring(unit.data(), unit.size());
+  if (FloatIncMode() != listIncrement) return double_autovector_t();
+  std::vector<double> values;
+  FloatValidValues(values);
+  return Listed<double_autovector_t>(std::move(values), bounded, FloatMin(), FloatMax());
 }
 EDisplayNotation FloatNodeBase::GetDisplayNotation() const {
-  ReadScope scope(m_map);
-  return InternalNotation();
+  return Ask([&] { return InternalNotation(); });
 }
 int64_t FloatNodeBase::GetDisplayPrecision() const {
-  ReadScope scope(m_map);
-  return InternalPrecision();
-}
-void FloatNodeBase::ImposeMin(double Value) {
-  WriteScope scope(m_map);
-  m_imposedMin = Value;
-  m_map.NodeChanged(*this);
-  scope.Finish();
-}
-void FloatNodeBase::ImposeMax(double Value) {
-  WriteScope scope(m_map);
-  m_imposedMax = Value;
-  m_map.NodeChanged(*this);
-  scope.Finish();
+  return Ask([&] { return InternalPrecision(); });
 }
 
 namespace {
