@@ -1,13 +1,7 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
-// One open camera. Made by ISystem::CreateDevice, freed by ISystem::DestroyDevice and by nothing
-// else. Failures are GenICam exceptions; a failing producer call throws by its code
-// (TimeoutException, AccessException, InvalidArgumentException, LogicalErrorException,
-// RuntimeException, ...), and what an operation throws beyond that is said with it.
-//
-// Threads: getters and callback operations may be called from any thread. StartStream and
-// StopStream wait for each other. Frames may be taken and handed back by several threads at once;
-// one frame belongs to one thread at a time.
+/// @file
+/// One open camera: its features, its stream, its events.
 
 #include <GenApi/INodeMap.h>
 
@@ -23,93 +17,156 @@ class ICompressedImage;
 class IImage;
 class IImageCallback;
 
+/// One open camera. Made by ISystem::CreateDevice, freed by ISystem::DestroyDevice and by nothing
+/// else.
+///
+/// Threads: any thread may call any operation, unless said otherwise. StartStream and StopStream
+/// wait for each other. Several threads may take frames and hand them back at once; one frame
+/// belongs to one thread at a time.
+///
+/// Failures are GenICam exceptions. Every operation that asks the producer throws the class that
+/// belongs to the producer's status (GenICam::TimeoutException, GenICam::AccessException,
+/// GenICam::InvalidArgumentException, GenICam::OutOfRangeException,
+/// GenICam::LogicalErrorException, GenICam::RuntimeException, else GenICam::GenericException), and
+/// what the camera's nodes throw passes through. What an operation throws beyond that is said with
+/// it.
 class ORVEX_API IDevice {
  public:
-  // Whether the camera still answers.
+  /// Asks the producer whether the camera still answers.
+  /// @return False once the connection is lost; true again when it is back.
   virtual bool IsConnected() = 0;
 
-  // Starts streaming with that many buffers of the camera's "PayloadSize"; all ones (the default)
-  // asks for as many as 40 ms of the camera's highest throughput fill, between 10 and 1000. Which
-  // stream is used follows from the camera: event-based sensor, TCP, RDMA or UDP. Locks the
-  // parameters that must not change ("TLParamsLocked"). A camera that was opened read-only is not
-  // told to start. Throws InvalidArgumentException for 0 buffers, LogicalErrorException for a
-  // camera without streams, RuntimeException for a transport or event format that is not supported.
+  /// Starts streaming. Which stream is used follows from the camera: event-based sensor, TCP, RDMA
+  /// or UDP. Allocates the buffers, locks the parameters that must not change ("TLParamsLocked"),
+  /// begins to receive and tells the camera to start, unless it was opened for reading only. While
+  /// image callbacks are registered, their thread begins to run. After a failure the stream is idle
+  /// and has no buffers.
+  /// @param numBuffers Buffers of the camera's "PayloadSize"; all ones (the default) asks for as
+  /// many as 40 ms (event-based sensors: 1 s) of "DeviceMaxThroughput" fill, between 10 and 1000.
+  /// @throws GenICam::InvalidArgumentException for 0 buffers.
+  /// @throws GenICam::LogicalErrorException for a camera without streams, and inside an image
+  /// callback.
+  /// @throws GenICam::RuntimeException for a transport or event format that is not supported.
   virtual void StartStream(size_t numBuffers = static_cast<size_t>(-1)) = 0;
 
-  // Stops streaming, frees all buffers and tells the camera to stop last. Frames that were not
-  // handed back become invalid: requeue them before. Throws LogicalErrorException for a camera
-  // without streams and, as the producer reports it, for a stream that does not run.
+  /// Stops streaming, frees all buffers and tells the camera to stop last. Frames that were not
+  /// handed back become invalid: requeue them before. Image callbacks stay registered; none of them
+  /// runs any more when this returns.
+  /// @throws GenICam::LogicalErrorException for a camera without streams, for a stream that does
+  /// not run, and inside an image callback.
+  /// @throws GenICam::RuntimeException for a camera that has no "AcquisitionStop".
   virtual void StopStream() = 0;
 
-  // Waits at most `timeout` milliseconds for the next frame and returns it as an image. It belongs
-  // to the stream: hand it back with RequeueBuffer, before StopStream. Throws TimeoutException when
-  // none comes, InvalidArgumentException when the stream is not started, RuntimeException while
-  // image callbacks are registered, LogicalErrorException when the frame is no image.
+  /// Waits for the next frame and returns it as an image.
+  /// @param timeout Milliseconds to wait.
+  /// @return The frame. It belongs to the stream: hand it back with RequeueBuffer, before
+  /// StopStream.
+  /// @throws GenICam::TimeoutException when none comes in that time.
+  /// @throws GenICam::InvalidArgumentException when the stream is not started.
+  /// @throws GenICam::RuntimeException while image callbacks are registered, and when the stream is
+  /// stopped while this waits.
+  /// @throws GenICam::LogicalErrorException when the frame is no image, and for a camera without
+  /// streams.
   virtual IImage* GetImage(uint64_t timeout) = 0;
 
-  // The same for compressed images.
+  /// Waits for the next frame and returns it as a compressed image; in all else as GetImage.
+  /// @param timeout Milliseconds to wait.
+  /// @return The frame. It belongs to the stream: hand it back with RequeueBuffer.
+  /// @throws GenICam::LogicalErrorException when the frame is no compressed image.
   virtual ICompressedImage* GetCompressedImage(uint64_t timeout) = 0;
 
-  // The same for a frame of any kind; does not look at image callbacks. Throws DynamicCastException
-  // for a camera without streams, LogicalErrorException for a payload type that is not known.
+  /// Waits for the next frame of any kind; does not look at image callbacks. In all else as
+  /// GetImage.
+  /// @param timeout Milliseconds to wait.
+  /// @return The frame. It belongs to the stream: hand it back with RequeueBuffer.
+  /// @throws GenICam::DynamicCastException for a camera without streams.
+  /// @throws GenICam::LogicalErrorException for a payload type that is not known.
   virtual IBuffer* GetBuffer(uint64_t timeout) = 0;
 
-  // Hands a frame back so that it can be filled again. The object is gone unless this throws.
-  // Throws InvalidArgumentException for null. Images of the image factory don't belong here.
+  /// Hands a frame back so that it can be filled again. The object is gone unless this throws.
+  /// @param pBuffer A frame of this device's stream, by any of its views; images of the
+  /// ImageFactory don't belong here.
+  /// @throws GenICam::InvalidArgumentException for null.
+  /// @throws GenICam::LogicalErrorException for a camera without streams.
   virtual void RequeueBuffer(IBuffer* pBuffer) = 0;
 
-  // Waits at most `timeout` milliseconds until the camera begins to send the next frame.
+  /// Waits until the camera begins to send the next frame, long before that frame is complete.
+  /// @param timeout Milliseconds to wait.
+  /// @throws GenICam::TimeoutException when none begins in that time.
+  /// @throws GenICam::LogicalErrorException for a camera without streams.
   virtual void WaitForNextLeader(uint64_t timeout) = 0;
 
-  // Forgets a frame begun before, so that the next wait is for one that begins after this call.
+  /// Forgets a frame begun before, so that the next wait is for one that begins after this call.
+  /// @throws GenICam::LogicalErrorException for a camera without streams.
   virtual void ResetWaitForNextLeader() = 0;
 
-  // Begins to receive the camera's event messages.
+  /// Begins to receive the camera's event messages. Which events the camera sends is set by its
+  /// nodes "EventSelector" and "EventNotification".
   virtual void InitializeEvents() = 0;
 
-  // Ends that; a waiting WaitOnEvent returns with an exception.
+  /// Ends the receiving; a WaitOnEvent that waits in another thread returns with an exception.
   virtual void DeinitializeEvents() = 0;
 
-  // Waits at most `timeout` milliseconds for one event message and delivers it to the node map:
-  // event nodes get their values and their registered callbacks run on this thread. Throws
-  // LogicalErrorException before InitializeEvents and for cameras whose messages cannot be read.
+  /// Waits for one event message and delivers it to the node map: event nodes get their values, and
+  /// the callbacks that are registered on them run on this thread.
+  /// @param timeout Milliseconds to wait.
+  /// @throws GenICam::TimeoutException when none comes in that time.
+  /// @throws GenICam::LogicalErrorException before InitializeEvents, and for devices other than
+  /// GigE Vision cameras, whose messages cannot be read.
   virtual void WaitOnEvent(uint64_t timeout) = 0;
 
-  // The camera's own features. Lives as long as the device; not owned by the caller.
+  /// The camera's own features.
+  /// @return The node map; it belongs to the device and lives as long.
   virtual GenApi::INodeMap* GetNodeMap() = 0;
 
-  // Features of the transport layer's device module. As above; null when the producer has none.
+  /// Features of the transport layer's device module.
+  /// @return The node map; it belongs to the device and lives as long. Null when the producer has
+  /// none.
   virtual GenApi::INodeMap* GetTLDeviceNodeMap() = 0;
 
-  // Features of the stream that StartStream would use. Throws LogicalErrorException for a camera
-  // without streams.
+  /// Features of the stream that StartStream would use.
+  /// @return The node map; it belongs to the device and lives as long. Null when the producer has
+  /// none.
+  /// @throws GenICam::LogicalErrorException for a camera without streams.
+  /// @throws GenICam::RuntimeException for a transport or event format that is not supported.
   virtual GenApi::INodeMap* GetTLStreamNodeMap() = 0;
 
-  // Features of the interface through which the camera was found; null once the interfaces have
-  // been rebuilt.
+  /// Features of the interface through which the camera was found.
+  /// @return The node map; it belongs to the system. Null once the interfaces have been rebuilt.
   virtual GenApi::INodeMap* GetTLInterfaceNodeMap() = 0;
 
-  // Sends an action command: cameras of this group whose device key is equal act at the time
-  // `actionTime` (camera clock, nanoseconds; 0 is at once).
+  /// Sends an action command to the camera, which acts when its own keys fit.
+  /// @param deviceKey Equal to the camera's "ActionDeviceKey".
+  /// @param groupKey Equal to the camera's "ActionGroupKey" of the action meant.
+  /// @param groupMask Has a bit in common with the camera's "ActionGroupMask" of that action.
+  /// @param actionTime When to act, in ticks of the camera's clock; 0 is at once.
   virtual void SendActionCommand(uint32_t deviceKey, uint32_t groupKey, uint32_t groupMask,
                                  uint64_t actionTime) = 0;
 
-  // Has each new image delivered to the callback on a thread of the library; several callbacks are
-  // called in the order of their registration. May be called before or while streaming. The caller
-  // keeps the object alive until it is deregistered. Throws InvalidArgumentException for null,
-  // LogicalErrorException for one that is registered already.
+  /// Has each new image handed to a callback, on a thread of the library. Several callbacks are
+  /// called in the order of their registration. May be called before or while streaming.
+  /// @param pCallback Stays the caller's, who keeps it alive until it is deregistered.
+  /// @throws GenICam::InvalidArgumentException for null.
+  /// @throws GenICam::LogicalErrorException for one that is registered already, for a camera
+  /// without streams, and inside an image callback.
   virtual void RegisterImageCallback(IImageCallback* pCallback) = 0;
 
-  // When it returns, the callback is neither running nor will it be called again. True when it was
-  // registered. Throws InvalidArgumentException for null. Both deregistrations throw
-  // LogicalErrorException when called from inside a callback.
+  /// Ends a registration. When it returns, the callback neither runs nor will run.
+  /// @param pCallback The callback.
+  /// @return True when it was registered.
+  /// @throws GenICam::InvalidArgumentException for null.
+  /// @throws GenICam::LogicalErrorException inside an image callback.
   virtual bool DeregisterImageCallback(IImageCallback* pCallback) = 0;
 
-  // The same for all callbacks. True when there was any.
+  /// Ends all registrations. When it returns, no callback runs or will run.
+  /// @return True when there was any.
+  /// @throws GenICam::LogicalErrorException inside an image callback.
   virtual bool DeregisterAllImageCallbacks() = 0;
 
-  // Writes the camera's description to a file in the current directory, named by the camera's
-  // serial number with ".xml". Throws RuntimeException when it cannot.
+  /// Writes the camera's description to a file in the current directory, named by the camera's
+  /// serial number with ".xml".
+  /// @throws GenICam::RuntimeException when there is no serial number or the file cannot be
+  /// written.
   virtual void DownloadXml() = 0;
 
  protected:

@@ -1,7 +1,7 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
-// What an application implements to be handed each new image. The application owns the object and
-// keeps it alive until it is deregistered (IDevice::DeregisterImageCallback).
+/// @file
+/// To be handed each new image.
 
 #include "OrvexExport.h"
 
@@ -9,14 +9,18 @@ namespace Orvex {
 
 class IImage;
 
+/// What an application implements to be handed each new image. The application owns the object and
+/// keeps it alive until it is deregistered (IDevice::DeregisterImageCallback).
 class ORVEX_API IImageCallback {
  public:
   virtual ~IImageCallback() = default;
 
-  // Called for each image on a thread of the library, one call at a time for each device. The image
-  // is valid only during the call: copy what is to be kept, never requeue it. An exception that
-  // leaves the call is dropped. From inside, image callbacks of the same device can neither be
-  // registered nor deregistered, its stream not stopped, and no image taken with GetImage.
+  /// Called for each image on a thread of the library, one call at a time for each device. An
+  /// exception that leaves the call is dropped, and the callbacks after this one miss that image.
+  /// From inside, image callbacks of the same device can neither be registered nor deregistered,
+  /// its stream not started or stopped, and no image taken with GetImage.
+  /// @param pImage Valid only during the call: copy what is to be kept (ImageFactory::Copy), never
+  /// requeue it.
   virtual void OnImage(IImage* pImage) = 0;
 };
 

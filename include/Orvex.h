@@ -1,6 +1,7 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
-// The whole library in one include. Applications need no other header of it.
+/// @file
+/// The whole library in one include. Applications need no other header of it.
 
 #include <GenApi/GenApi.h>
 

@@ -1,22 +1,23 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
-// Pixel-format identifiers of the GenICam Pixel Format Naming Convention (PFNC) and this system's
-// own formats. Plain constants: any thread may use them.
-//
-// One row a format: X(name, value). The enumeration below, the names in messages and every other
-// table over formats are made from these rows; applications may expand them as well, for example
-// to offer all names in a list.
-//
-// Layout of a value: bit 31 marks a format of this system's own, bits 30..24 the component class
-// (1 single, 2 several components), bits 23..16 the effective bits per pixel, bits 15..0 the
-// identifier.
+/// @file
+/// Pixel-format identifiers of the GenICam Pixel Format Naming Convention (PFNC) and this system's
+/// own formats. Plain constants: any thread may use them.
+///
+/// One row a format: X(name, value). The enumeration below, the names in messages and every other
+/// table over formats are made from these rows; applications may expand them as well, for example
+/// to offer all names in a list.
+///
+/// Layout of a value: bit 31 marks a format of this system's own, bits 30..24 the component class
+/// (1 single, 2 several components), bits 23..16 the effective bits per pixel, bits 15..0 the
+/// identifier.
 
 #include <cstdint>
 
 // clang-format off
 
-// The published value list of October 2020, with its deprecated names and the packed formats of
-// GigE Vision.
+/// The published value list of October 2020, with its deprecated names and the packed formats of
+/// GigE Vision.
 #define ORVEX_PFNC_STANDARD(X)                 \
   X(Mono1p, 0x01010037)                        \
   X(Mono2p, 0x01020038)                        \
@@ -295,7 +296,7 @@
   X(RGB10V1Packed, 0x0220001C)                 \
   X(RGB12V1Packed, 0x02240034)
 
-// The system's own formats, except the multi-sensor ones. Cameras send these values.
+/// The system's own formats, except the multi-sensor ones. Cameras send these values.
 // Kept on purpose: PolarizedDolp_Mono16 and PolarizedDolp_BayerRG16 do not follow the numbering of
 // their families.
 #define ORVEX_PFNC_OWN(X)                                   \
@@ -381,7 +382,7 @@
   X(YCbCr24_CbYCr, 0x82480508)                              \
   X(TavikXYTP128f, 0x82804556)
 
-// Multi-sensor formats: the identifier is `base` and the low byte of the single-sensor format.
+/// Multi-sensor formats: the identifier is `base` and the low byte of the single-sensor format.
 #define ORVEX_PFNC_MULTI_SENSOR(X, prefix, base)        \
   X(prefix##Mono8, 0x81080000u | base | 0x01)           \
   X(prefix##Mono10, 0x81100000u | base | 0x03)          \
@@ -424,7 +425,7 @@
   X(prefix##BayerRG10p, 0x810A0000u | base | 0x58)      \
   X(prefix##BayerRG12p, 0x810C0000u | base | 0x59)
 
-// Channel-separated variants: `count` planes, hence `count` times the bits per pixel.
+/// Channel-separated variants: `count` planes, hence `count` times the bits per pixel.
 #define ORVEX_PFNC_SEPARATED(X, prefix, base, count)                                \
   X(prefix##Mono8_##count##ch, 0x81000000u | (count * 8u) << 16 | base | 0x01)      \
   X(prefix##Mono10_##count##ch, 0x81000000u | (count * 16u) << 16 | base | 0x03)    \
@@ -447,12 +448,16 @@
   X(prefix##BayerGB16_##count##ch, 0x81000000u | (count * 16u) << 16 | base | 0x30) \
   X(prefix##BayerBG16_##count##ch, 0x81000000u | (count * 16u) << 16 | base | 0x31)
 
-#define ORVEX_PFNC_DUAL(X)           ORVEX_PFNC_MULTI_SENSOR(X, Dual, 0x1000)
-#define ORVEX_PFNC_QUAD(X)           ORVEX_PFNC_MULTI_SENSOR(X, Quad, 0x3000)
+/// Formats of two sensors whose pixels alternate.
+#define ORVEX_PFNC_DUAL(X) ORVEX_PFNC_MULTI_SENSOR(X, Dual, 0x1000)
+/// Formats of four sensors whose pixels alternate.
+#define ORVEX_PFNC_QUAD(X) ORVEX_PFNC_MULTI_SENSOR(X, Quad, 0x3000)
+/// Formats of two sensors, one plane each.
 #define ORVEX_PFNC_DUAL_SEPARATED(X) ORVEX_PFNC_SEPARATED(X, Dual, 0x1000, 2)
+/// Formats of four sensors, one plane each.
 #define ORVEX_PFNC_QUAD_SEPARATED(X) ORVEX_PFNC_SEPARATED(X, Quad, 0x3000, 4)
 
-// Every format, standard and own, each once.
+/// Every format, standard and own, each once.
 #define ORVEX_PFNC_ALL(X)                                                        \
   ORVEX_PFNC_STANDARD(X) ORVEX_PFNC_OWN(X) ORVEX_PFNC_DUAL(X) ORVEX_PFNC_QUAD(X) \
   ORVEX_PFNC_DUAL_SEPARATED(X) ORVEX_PFNC_QUAD_SEPARATED(X)
@@ -463,10 +468,12 @@ namespace Orvex {
 /// Identifies the layout and meaning of an image's pixels. Interfaces carry it as a 64-bit number,
 /// because a camera may announce a value that is not listed here.
 enum PfncFormat_ : uint32_t {
-  InvalidPixelFormat = 0,
+  InvalidPixelFormat = 0,  ///< No format.
+/// @cond
 #define ORVEX_PFNC_ENUMERATOR(name, value) name = value,
   ORVEX_PFNC_ALL(ORVEX_PFNC_ENUMERATOR)
 #undef ORVEX_PFNC_ENUMERATOR
+  /// @endcond
 };
 
 }  // namespace Orvex
