@@ -2,6 +2,8 @@
 // Frames: taken, looked at by kind, and handed back.
 #include <GenApi/GenApi.h>
 
+#include <thread>
+
 #include "Fixture.h"
 #include "IChunkData.h"
 #include "ICompressedImage.h"
@@ -192,6 +194,20 @@ TEST_F(Frames, NeedAStartedStream) {
                 "nothing");
   EXPECT_EQ(Thrown([&] { m_pCamera->GetBuffer(7, 10); }),
             PlainError("RuntimeException", "error indexing a stream!", "Device.cpp, GetBuffer"));
+}
+
+TEST_F(Frames, EndTheWaitOfAnotherThreadWhenTheStreamStops) {
+  OpenCamera();
+  for (int i = 0; i < 50; ++i) {
+    m_pCamera->StartStream(1);
+    std::string thrown;
+    std::thread waiting([&] { thrown = Thrown([&] { m_pCamera->GetImage(10000); }); });
+    if (i % 2 == 0) std::this_thread::yield();
+    m_pCamera->StopStream();
+    waiting.join();
+    EXPECT_THAT(thrown, testing::AnyOf(testing::HasSubstr("GC_ERR_ABORT"),
+                                       testing::HasSubstr("event handle is NULL")));
+  }
 }
 
 TEST_F(Frames, NeedADeviceWithStreams) {
