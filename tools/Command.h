@@ -28,6 +28,10 @@ void AddChunksCommand(CLI::App& program, Output& output);
 void AddEventsCommand(CLI::App& program, Output& output);
 void AddSendCommand(CLI::App& program, Output& output);
 void AddReceiveCommand(CLI::App& program, Output& output);
+void AddDoctorCommand(CLI::App& program, Output& output);
+void AddBenchCommand(CLI::App& program, Output& output);
+void AddRecordCommand(CLI::App& program, Output& output);
+void AddReplayCommand(CLI::App& program, Output& output);
 void AddSimCommand(CLI::App& program, Output& output);
 
 inline constexpr const char* sk_deviceHelp =

@@ -21,7 +21,7 @@ constexpr auto sk_addCommands = {
     &AddSetCommand,     &AddExecuteCommand, &AddGrabCommand,     &AddStreamCommand,
     &AddSaveCommand,    &AddLoadCommand,    &AddConvertCommand,  &AddForceIpCommand,
     &AddChunksCommand,  &AddEventsCommand,  &AddActionCommand,   &AddSendCommand,
-    &AddReceiveCommand, &AddSimCommand,
+    &AddReceiveCommand, &AddDoctorCommand,  &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

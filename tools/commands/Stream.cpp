@@ -10,6 +10,7 @@
 #include "tools/Nodes.h"
 #include "tools/RateMeter.h"
 #include "tools/Stop.h"
+#include "tools/StreamFacts.h"
 
 namespace OrvexTools {
 namespace {
@@ -25,24 +26,6 @@ struct Options {
   std::size_t buffers = 0;
   std::string format;
   double patienceSeconds = 5;
-};
-
-// A fact that a producer may keep in its stream module.
-struct StreamFact {
-  const char* key;
-  const char* feature;
-};
-constexpr StreamFact sk_streamFacts[] = {
-    {"lost_frames", "StreamLostFrameCount"},
-    {"resent_packets", "StreamResentPacketCount"},
-    {"lost_packets", "StreamLostPacketCount"},
-    {"late_packets", "StreamLatePacketCount"},
-    {"resend_requests", "StreamResendRequestCount"},
-    {"refused_packets", "StreamRefusedPacketCount"},
-    {"socket_drops", "StreamSocketDropCount"},
-    {"engine", "StreamEngine"},
-    {"packet_size", "DeviceStreamChannelPacketSize"},
-    {"socket_buffer", "StreamSocketBufferSize"},
 };
 
 constexpr Field sk_fields[] = {
@@ -61,16 +44,6 @@ constexpr Field sk_fields[] = {
     {"socket_buffer", "Socket buffer", "bytes"},
     {"engine", "Receive engine"},
 };
-
-// What the stream module tells, as far as the producer does.
-void ReadStreamFacts(GenApi::INodeMap* pNodes, Record& record) {
-  for (const StreamFact& fact : sk_streamFacts) {
-    GenApi::INode* pNode = pNodes != nullptr ? pNodes->GetNode(fact.feature) : nullptr;
-    if (pNode == nullptr) continue;
-    const Record feature = DescribeFeature(*pNode);
-    if (feature.contains("value")) record[fact.key] = feature["value"];
-  }
-}
 
 Record Summary(const Camera& camera, const RateMeter& meter) {
   const Rates total = meter.Total();
