@@ -21,7 +21,8 @@ constexpr auto sk_addCommands = {
     &AddSetCommand,     &AddExecuteCommand, &AddGrabCommand,     &AddStreamCommand,
     &AddSaveCommand,    &AddLoadCommand,    &AddConvertCommand,  &AddForceIpCommand,
     &AddChunksCommand,  &AddEventsCommand,  &AddActionCommand,   &AddSendCommand,
-    &AddReceiveCommand, &AddDoctorCommand,  &AddSimCommand,
+    &AddReceiveCommand, &AddRecordCommand,  &AddReplayCommand,   &AddBenchCommand,
+    &AddDoctorCommand,  &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

@@ -50,10 +50,12 @@ bool StopRequested() noexcept {
   return g_stopRequested;
 }
 
-bool WaitForStop(const std::stop_token& done) {
+bool WaitForStop(const std::stop_token& done, std::chrono::milliseconds time) {
   const std::stop_callback wake(done, &WriteToPipe);
   pollfd readable{g_wakePipe[0], POLLIN, 0};
-  while (!StopRequested() && !done.stop_requested()) ::poll(&readable, 1, -1);
+  while (!StopRequested() && !done.stop_requested()) {
+    if (::poll(&readable, 1, static_cast<int>(time.count())) == 0) break;
+  }
   // What another wait left in the pipe only makes the next one look once more.
   char bytes[16];
   while (!StopRequested() && ::read(g_wakePipe[0], bytes, sizeof bytes) > 0) continue;

@@ -4,6 +4,7 @@
 // that every loop of a command looks at, so that the camera is released before the program ends. A
 // second Ctrl-C ends it at once.
 
+#include <chrono>
 #include <stop_token>
 
 namespace OrvexTools {
@@ -14,8 +15,9 @@ void InstallStopHandlers();
 // True once a stop was asked for. Any thread.
 bool StopRequested() noexcept;
 
-// Waits until a stop was asked for and returns true; returns false when `done` comes first. Neither
-// waits when it is already so. One thread at a time.
-bool WaitForStop(const std::stop_token& done = {});
+// Waits until a stop was asked for and returns true; returns false when `done` or the end of `time`
+// (negative: without limit) comes first. Does not wait when it is already so. One thread at a time.
+bool WaitForStop(const std::stop_token& done = {},
+                 std::chrono::milliseconds time = std::chrono::milliseconds(-1));
 
 }  // namespace OrvexTools

@@ -2,11 +2,14 @@
 // `orvex grab [DEVICE]`: takes frames one by one and saves them.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
+#include <ostream>
 
 #include "tools/Command.h"
 #include "tools/Failure.h"
 #include "tools/Images.h"
+#include "tools/Preview.h"
 
 namespace OrvexTools {
 namespace {
@@ -16,6 +19,7 @@ struct Options {
   std::uint64_t count = 1;
   std::string file;
   std::string format;
+  bool preview = false;
   double patienceSeconds = 5;
 };
 
@@ -24,8 +28,29 @@ constexpr Field sk_columns[] = {
     {"bytes", "BYTES"},    {"file", "FILE"},   {"saved_as", "SAVED AS"},
 };
 
+// Shows frames where the one before was shown, so that several of them move.
+class PreviewPane {
+ public:
+  explicit PreviewPane(const Output& output) : m_output(output) {}
+
+  void Show(Orvex::IImage& image) {
+    const Rendered rendered = Render(image);
+    const PreviewRoom room = RoomForPreview();
+    if (m_lines > 0 && room.colour) m_output.out << fmt::format("\x1b[{}A", m_lines);
+    const std::string text = PreviewText(rendered.picture, room);
+    m_lines = std::count(text.begin(), text.end(), '\n');
+    m_output.out << text << std::flush;
+  }
+
+ private:
+  const Output& m_output;
+  std::ptrdiff_t m_lines = 0;
+};
+
 void RunGrab(const Options& options, const Output& output) {
   if (!options.file.empty()) KindOf(options.file);
+  if (options.preview && output.json)
+    throw Misuse("--preview shows a picture to people, so it goes without --json");
   Library library(options.search.unicast);
   Camera camera(library, library.Find(options.search.device, options.search.Wait()),
                 Access::Control);
@@ -34,6 +59,7 @@ void RunGrab(const Options& options, const Output& output) {
   const Setting mode(camera, "AcquisitionMode", "Continuous");
   const Milliseconds patience(static_cast<std::int64_t>(options.patienceSeconds * 1000));
 
+  PreviewPane pane(output);
   Record rows = Record::array();
   std::uint64_t skipped = 0;
   Stream stream(camera);
@@ -60,10 +86,11 @@ void RunGrab(const Options& options, const Output& output) {
       row["file"] = name.string();
       row["saved_as"] = SaveImage(name, *pImage, facts);
     }
+    if (options.preview) pane.Show(*pImage);
     rows.push_back(std::move(row));
   }
   stream.Stop();
-  PrintTable(output, rows, sk_columns, "");
+  if (!options.preview || !options.file.empty()) PrintTable(output, rows, sk_columns, "");
   if (skipped > 0) output.err << fmt::format("orvex: skipped {} incomplete frames\n", skipped);
 }
 
@@ -83,6 +110,8 @@ void AddGrabCommand(CLI::App& program, Output& output) {
                        "numbered");
   pCommand->add_option("--format", pOptions->format,
                        "Pixel format that the camera is to send; it gets its own back after");
+  pCommand->add_flag("--preview", pOptions->preview,
+                     "Show each frame in the terminal, in colour and as large as fits");
   pCommand->add_option("--timeout", pOptions->patienceSeconds, "Seconds to wait for a frame")
       ->check(CLI::Range(0.1, 86'400.0))
       ->capture_default_str();

@@ -14,6 +14,7 @@
 #include "tools/Command.h"
 #include "tools/Failure.h"
 #include "tools/Stop.h"
+#include "tools/sim/ReplaySource.h"
 
 namespace OrvexTools {
 namespace {
@@ -23,6 +24,7 @@ constexpr unsigned sk_maxCameras = 64;
 struct Options {
   unsigned count = 1;
   std::vector<std::string> settings;
+  std::string recording;
   OrvexSim::CameraOptions camera;
 };
 
@@ -39,6 +41,7 @@ std::string AddressAfter(const std::string& first, unsigned index) {
 OrvexSim::CameraOptions OptionsOf(const Options& options, unsigned index) {
   OrvexSim::CameraOptions camera = options.camera;
   camera.address = AddressAfter(camera.address, index);
+  if (!options.recording.empty()) camera.source = std::make_shared<ReplaySource>(options.recording);
   if (index == 0) return camera;
   if (!camera.serial.empty()) camera.serial += fmt::format("-{}", index + 1);
   if (!camera.userName.empty()) camera.userName += fmt::format("-{}", index + 1);
@@ -126,6 +129,8 @@ void AddSimCommand(CLI::App& program, Output& output) {
       ->add_option("--path-limit", camera.pathLimit,
                    "Packets larger than this vanish on the way; 0: none do")
       ->capture_default_str();
+  pCommand->add_option("--replay", pOptions->recording,
+                       "Send the frames of this recording of `orvex record`, again and again");
   pCommand->add_option("--pictures", camera.pictures,
                        "A folder of PNG or TIFF pictures to look at, one a frame, for the models "
                        "area and qoi");
