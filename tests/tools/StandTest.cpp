@@ -141,7 +141,10 @@ TEST_F(Recordings, AThousandPicturesOfAMegabyteGoFromOneProcessToAnother) {
     return text.find(":9A8B ") != std::string::npos;
   };
   for (int i = 0; i < 200 && !isListening(); ++i) ASSERT_EQ(receiver.Wait(Seconds(0.05)), -1);
-  const json sent = OrvexJson({"send", "big.raw", "--port", "39563", "-n", count});
+  const Result sender =
+      Orvex({"send", "big.raw", "--port", "39563", "-n", count, "--json"}, Seconds(150));
+  ASSERT_EQ(sender.code, 0) << sender.err;
+  const json sent = json::parse(sender.out);
   EXPECT_EQ(sent[0]["sent"], sk_count);
   const int code = receiver.Wait(Seconds(60));
   ASSERT_GE(code, 0);
