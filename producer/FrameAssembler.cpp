@@ -192,7 +192,7 @@ bool FrameAssembler::MarkPacket(Slot& slot, uint32_t packetId, const Gev::Packet
   if (packetId >= slot.next) {
     if (packetId > slot.next) NoteGap(slot, slot.next, packetId - 1, now);
     slot.next = packetId + 1;
-    if (slot.tail.tries > 0) ++m_statistics.resentPackets;
+    if (slot.tail.tries > 0) NoteTailArrival(slot, header.Resent());
   } else {
     NoteLateArrival(slot, packetId, header.Resent(), now);
   }
@@ -348,6 +348,8 @@ void FrameAssembler::Finish(Slot& slot) {
   if (slot.asked > 0) m_asked[m_nextAsked++ % m_asked.size()] = slot.id;
   // What was measured fades, so that one bad moment does not slow all later requests.
   m_reorder = std::max<decltype(m_reorder)>(m_settings.reorderWindow / 4, m_reorder * 0.998);
+  m_distance *= 0.998;
+  m_longestPause -= m_longestPause / 64;
   m_sink.Deliver(slot.target, info);
 }
 

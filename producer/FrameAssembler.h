@@ -100,6 +100,7 @@ class FrameAssembler {
                   Clock::time_point now);
   void NoteGap(Slot& slot, uint32_t first, uint32_t last, Clock::time_point now);
   void NoteLateArrival(Slot& slot, uint32_t packetId, bool resent, Clock::time_point now);
+  void NoteTailArrival(Slot& slot, bool resent);
   void OnLeader(Slot& slot, const GigEVision::PacketHeader& header,
                 std::span<const uint8_t> content);
   void OnTrailer(Slot& slot, const GigEVision::PacketHeader& header,
@@ -117,7 +118,8 @@ class FrameAssembler {
   bool InResendWindow(const Slot& slot) const;
   // True when nothing can make the frame better.
   bool Hopeless(const Slot& slot, bool newest, Clock::time_point now) const;
-  void AskAgain(Slot& slot, Clock::time_point now);
+  // `newer`: the frame behind, if one has begun.
+  void AskAgain(Slot& slot, const Slot* newer, Clock::time_point now);
   void NoteTail(Slot& slot, bool newest, Clock::time_point now);
   uint32_t Missing(const Slot& slot, uint32_t first, uint32_t last) const;
   void DeliverReady();
@@ -145,6 +147,7 @@ class FrameAssembler {
   FrameInfo m_lastGeometry;    // of the newest leader, for frames that lost theirs
   uint32_t m_lastTrailerId = 0;
   std::chrono::duration<double, std::micro> m_reorder;
+  double m_distance = 0;  // packets that have overtaken another lately, with some room
   std::chrono::duration<double, std::micro> m_resendTimeout;
   Clock::duration m_longestPause{};  // between two packets of one frame
 };

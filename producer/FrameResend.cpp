@@ -20,6 +20,8 @@ constexpr auto sk_longestResendTimeout = 100ms;
 constexpr std::chrono::duration<double, std::micro> sk_longestReorder = 20ms;
 constexpr auto sk_tailPause = 10ms;  // after the last packet of the newest frame
 constexpr auto sk_longestRetention = 5s;
+constexpr uint32_t sk_tailEnd = UINT32_MAX;  // unless one packet of it is asked alone
+constexpr double sk_longestDistance = 1024;
 
 }  // namespace
 
@@ -50,6 +52,9 @@ void FrameAssembler::NoteLateArrival(Slot& slot, uint32_t packetId, bool resent,
   if (gap == end || (!resent && (gap->tries == 0 || m_marksResent))) {
     ++m_statistics.reorderedPackets;
     if (gap != end) {
+      // In packets as well: a sender that pauses makes a gap old without overtaking anything.
+      const double overtaken = slot.next - 1 - packetId;
+      m_distance = std::clamp(overtaken * 1.5, m_distance, sk_longestDistance);
       const std::chrono::duration<double, std::micro> delay = now - gap->since;
       m_reorder = std::clamp<decltype(m_reorder)>(std::max(m_reorder, delay * 1.5), 100us,
                                                   sk_longestReorder);
@@ -64,6 +69,17 @@ void FrameAssembler::NoteLateArrival(Slot& slot, uint32_t packetId, bool resent,
   }
 }
 
+// The end was asked for and something of it comes.
+void FrameAssembler::NoteTailArrival(Slot& slot, bool resent) {
+  if (resent || !m_marksResent) ++m_statistics.resentPackets;
+  if (!resent) {
+    slot.tail = {};  // the camera had only paused
+  } else if (slot.tail.last != sk_tailEnd) {
+    slot.tail.last = sk_tailEnd;
+    slot.tail.asked = {};  // the probe was lost, and the rest probably with it: not to wait for it
+  }
+}
+
 void FrameAssembler::OnRefusal(Slot& slot, const Gev::PacketHeader& header) {
   ++m_statistics.refusedPackets;
   const uint32_t packet = header.packetId;
@@ -71,7 +87,8 @@ void FrameAssembler::OnRefusal(Slot& slot, const Gev::PacketHeader& header) {
   switch (header.status) {
     case Gev::Status::PacketNotYetAvailable:
     case Gev::Status::PacketTemporarilyUnavailable:
-      return;  // worth asking again
+      if (packet >= slot.next) slot.tail = {};  // the camera has not come to its end yet
+      return;                                   // worth asking again
     case Gev::Status::PacketAndPreviousRemoved:
       for (uint32_t earlier = 0; earlier < packet; ++earlier) Slot::Set(slot.refusedBits, earlier);
       break;
@@ -122,10 +139,12 @@ void FrameAssembler::NoteTail(Slot& slot, bool newest, Clock::time_point now) {
   if (slot.trailer || slot.tail.since != Clock::time_point()) return;
   const auto pause = newest ? std::max<Clock::duration>(sk_tailPause, m_longestPause * 4)
                             : std::chrono::duration_cast<Clock::duration>(m_reorder);
-  if (now - slot.last > pause) slot.tail.since = slot.last;
+  if (now - slot.last <= pause) return;
+  slot.tail.since = slot.last;
+  slot.tail.last = sk_tailEnd;
 }
 
-void FrameAssembler::AskAgain(Slot& slot, Clock::time_point now) {
+void FrameAssembler::AskAgain(Slot& slot, const Slot* newer, Clock::time_point now) {
   const auto reorder = std::chrono::duration_cast<Clock::duration>(m_reorder);
   const auto timeout = std::chrono::duration_cast<Clock::duration>(m_resendTimeout);
   const uint32_t packets = std::max({slot.next, m_lastTrailerId + 1, slot.trailerId + 1});
@@ -138,9 +157,15 @@ void FrameAssembler::AskAgain(Slot& slot, Clock::time_point now) {
     ++m_statistics.resendRequests;
     ++requests;
   };
+  const bool paused = now - m_lastPacket >= std::max<Clock::duration>(sk_tailPause, 2 * reorder);
+  const auto overdue = [&](const Gap& gap) {
+    const uint32_t after =
+        (slot.next > gap.last ? slot.next - gap.last - 1 : 0) + (newer ? newer->received : 0);
+    return now - gap.since >= reorder && (paused || after >= m_distance);
+  };
   const auto due = [&](const Gap& gap) {
     return gap.tries < m_settings.resendTries &&
-           (gap.tries == 0 ? now - gap.since >= reorder : now - gap.asked >= timeout);
+           (gap.tries == 0 ? overdue(gap) : now - gap.asked >= timeout);
   };
   size_t kept = 0;
   for (size_t i = 0; i < slot.gapCount; ++i) {
@@ -168,11 +193,16 @@ void FrameAssembler::AskAgain(Slot& slot, Clock::time_point now) {
   slot.gapCount = kept;
   if (!slot.trailer && !slot.refusedTail && slot.tail.since != Clock::time_point() &&
       due(slot.tail)) {
-    const uint32_t count = m_lastTrailerId >= slot.next ? m_lastTrailerId - slot.next + 1 : 1;
+    // The newest frame may go on after a pause: one packet is asked first, to find out.
+    const bool probe = newer == nullptr && slot.tail.tries == 0;
+    const uint32_t end = slot.extendedIds ? Gev::sk_toLastPacketExtended : Gev::sk_toLastPacket;
+    const uint32_t count =
+        !probe && m_lastTrailerId >= slot.next ? m_lastTrailerId - slot.next + 1 : 1;
     if (slot.asked >= budget) {
       slot.tail.tries = m_settings.resendTries;
     } else {
-      ask(slot.next, slot.extendedIds ? Gev::sk_toLastPacketExtended : Gev::sk_toLastPacket, count);
+      ask(slot.next, probe ? slot.next : end, count);
+      slot.tail.last = probe ? slot.next : sk_tailEnd;
       ++slot.tail.tries;
       slot.tail.asked = now;
     }
@@ -188,7 +218,7 @@ Clock::time_point FrameAssembler::OnTimer(Clock::time_point now) {
     NoteTail(slot, newest, now);
     if (slot.gapCount == 0 && slot.tail.since == Clock::time_point()) continue;
     missing = true;
-    if (InResendWindow(slot)) AskAgain(slot, now);
+    if (InResendWindow(slot)) AskAgain(slot, newest ? nullptr : &At(i + 1), now);
   }
   while (m_count > 0 && (Complete(At(0)) || Hopeless(At(0), m_count == 1, now))) {
     Finish(At(0));

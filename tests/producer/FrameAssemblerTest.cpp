@@ -199,6 +199,43 @@ TEST_F(Assembler, AsksForTheEndOfTheNewestFrameAfterAPause) {
   EXPECT_EQ(requests[0].firstPacket, sk_trailer);
 }
 
+TEST_F(Assembler, AsksForOnePacketToTellAPauseFromALostEnd) {
+  const auto begin = [this](uint64_t block) {
+    Build();
+    requests.clear();
+    SendLeader(block);
+    SendData(block, 1);
+    Pass(14ms);
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0].firstPacket, 2u);
+    EXPECT_EQ(requests[0].lastPacket, 2u);
+  };
+  begin(1);
+  stream.status = 0x0100;  // the camera sends it again: it was lost
+  SendData(1, 2);
+  Pass(1ms);
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[1].firstPacket, 3u);
+  EXPECT_EQ(requests[1].lastPacket, 0xFFFFFFu);
+  for (uint32_t packet = 3; packet < sk_trailer; ++packet) SendData(1, packet);
+  Pass(1ms);
+  SendTrailer(1);
+  EXPECT_EQ(requests.size(), 2u);
+  EXPECT_EQ(Statistics().resentPackets, 8u);
+  stream.status = 0;
+  begin(2);
+  for (uint32_t packet = 2; packet < sk_trailer; ++packet) SendData(2, packet);
+  SendTrailer(2);  // it had only paused
+  begin(3);
+  Send(stream.Refusal(3, 2, 0x8010));  // not yet available
+  Pass(8ms);
+  EXPECT_EQ(requests.size(), 1u);
+  for (uint32_t packet = 2; packet < sk_trailer; ++packet) SendData(3, packet);
+  SendTrailer(3);
+  EXPECT_EQ(delivered.size(), 3u);
+  EXPECT_EQ(Statistics().resentPackets, 0u);
+}
+
 TEST_F(Assembler, RepeatsRequestsAFewTimesAndThenGivesTheFrameUp) {
   AssemblerSettings settings;
   settings.resendTries = 3;
@@ -320,6 +357,22 @@ TEST_F(Assembler, LearnsHowLateReorderedPacketsAre) {
   EXPECT_EQ(delivered.size(), 20u);
   EXPECT_LE(requests.size(), 6u);
   EXPECT_GT(assembler->ReorderWindow(), 3ms);
+}
+
+TEST_F(Assembler, AsksForNothingWhileTheSenderPausesWithinTheKnownDisorder) {
+  Build();
+  SendFrame(1, {2});
+  SendData(1, 2);  // seven packets have overtaken it
+  for (const uint32_t packet : {0u, 1u, 2u, 4u, 5u})
+    packet == 0 ? SendLeader(2) : SendData(2, packet);
+  Pass(8ms);  // far beyond the window, yet only two packets after the gap
+  EXPECT_TRUE(requests.empty());
+  Pass(8ms);  // a pause that long tells of a loss
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[0].firstPacket, 3u);
+  for (const uint32_t packet : {3u, 6u, 7u, 8u}) SendData(2, packet);
+  SendTrailer(2);
+  EXPECT_EQ(delivered.size(), 2u);
 }
 
 TEST_F(Assembler, DropsAFrameWholeWhenNoBufferIsFree) {
