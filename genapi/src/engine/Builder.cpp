@@ -152,8 +152,10 @@ void Builder::Create(pugi::xml_node element) {
 // The formula is a node of its own, known under the register's name and its own together.
 void Builder::AddEmbeddedKnife(const char* pOwner, pugi::xml_node element) {
   const char* own = element.attribute("Name").value();
-  m_embedded[element.hash_value()] = Add(MakeNode(Element::IntSwissKnife, m_map, element),
-                                         std::string("_") + pOwner + "_" + own, element);
+  Node* made = Add(MakeNode(Element::IntSwissKnife, m_map, element),
+                   std::string("_") + pOwner + "_" + own, element);
+  m_embedded[element.hash_value()] = made;
+  if (*own != 0) m_aliases.push_back({own, made->m_index});
 }
 
 void Builder::CreateAll(pugi::xml_node parent) {
@@ -218,6 +220,7 @@ struct Effect {
   bool any;
   uint8_t onValue;
   uint8_t onAccess;
+  uint8_t onRange;
 };
 
 // What a change of the target makes void in the node that refers to it.
@@ -227,28 +230,32 @@ Effect EffectOnOwner(Element role) {
     case Element::pValueCopy:
     case Element::pValueIndexed:
     case Element::pValueDefault:
+      return {true, sk_voidValue, sk_voidAccess, sk_voidRange};
     case Element::pVariable:
     case Element::pAddress:
     case Element::pOffset:
     case Element::pLength:
+    case Element::p1212Parser:
     case Element::pCommandValue:
     case Element::pEnumEntry:
-      return {true, sk_voidValue, sk_voidAccess};
+      return {true, sk_voidValue, sk_voidAccess, sk_voidNothing};
+    case Element::PropertyVariable:
+      return {true, sk_voidValue, sk_voidValue, sk_voidValue};
     case Element::pMin:
     case Element::pMax:
     case Element::pInc:
-      return {true, sk_voidNothing, sk_voidAccess};
+      return {true, sk_voidRange, sk_voidAccess, sk_voidNothing};
     case Element::pIsImplemented:
     case Element::pIsAvailable:
     case Element::pIsLocked:
-      return {true, sk_voidAccess, sk_voidAccess};
+      return {true, sk_voidAccess, sk_voidAccess, sk_voidNothing};
     case Element::pIndex:
     case Element::pPort:
     case Element::pChunkID:
     case Element::pInvalidator:
-      return {true, sk_voidAll, sk_voidAll};
+      return {true, sk_voidAll, sk_voidAll, sk_voidNothing};
     default:
-      return {false, sk_voidNothing, sk_voidNothing};
+      return {false, sk_voidNothing, sk_voidNothing, sk_voidNothing};
   }
 }
 
@@ -270,13 +277,13 @@ void Builder::LinkDependents() {
     for (uint32_t at = linkBegin[index]; at != linkBegin[index + 1]; ++at) {
       const Link link = m_map.m_links[at];
       if (const Effect effect = EffectOnOwner(link.role); effect.any) {
-        edges.push_back({link.index, {owner, effect.onValue, effect.onAccess}});
+        edges.push_back({link.index, {owner, effect.onValue, effect.onAccess, effect.onRange}});
       } else if (link.role == Element::pSelected) {
         // The device may keep one register per selector value behind one address, so the registers
         // are void too.
         chain.assign(1, link.pTarget);
         for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
-          edges.push_back({index, {chain[i], sk_voidAll, sk_voidNothing}});
+          edges.push_back({index, {chain[i], sk_voidAll, sk_voidNothing, sk_voidNothing}});
           for (const Link& next : chain[i]->Links()) {
             if (next.role == Element::pValue && next.pTarget != owner)
               chain.push_back(next.pTarget);
@@ -310,6 +317,7 @@ void Builder::MarkFeatures() {
 
 void Builder::Build() {
   CreateAll(m_document.Root());
+  for (const auto& [name, index] : m_aliases) m_map.m_byName.Add(name, index);
   TakeAll();
   LinkDependents();
   MarkFeatures();

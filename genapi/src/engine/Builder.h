@@ -55,6 +55,8 @@ class Builder {
   NodeMap& m_map;
   const Document& m_document;
   std::unordered_map<size_t, Node*> m_embedded;  // by hash value of the element
+  std::vector<std::pair<const char*, uint32_t>>
+      m_aliases;  // second names, which yield to first ones
 };
 
 // Number texts of descriptions: decimal, or hexadecimal after 0x. False when the text is no number.

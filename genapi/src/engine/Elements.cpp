@@ -115,6 +115,7 @@ constexpr Row sk_rows[] = {
     {"FeatureID", Element::FeatureID},
     {"Timeout", Element::Timeout},
     {"Key", Element::Key},
+    {"p1212Parser", Element::p1212Parser},
     {"ValidValuesSet", Element::ValidValueSet},  // some files write it with an s
 };
 

@@ -111,6 +111,9 @@ enum class Element : uint8_t {
   FeatureID,
   Timeout,
   Key,
+  p1212Parser,
+  // No element of its own: a pVariable that asks for another property than the value.
+  PropertyVariable,
 };
 
 // Unknown when the language has no such element.

@@ -32,6 +32,7 @@ bool EnumEntryNode::Take(Element id, pugi::xml_node element, Builder& builder) {
       m_selfClearing = builder.YesNo(element);
       return true;
     case Element::Symbolic:
+      m_symbolic = builder.Text(element);
       return true;
     default:
       return ValueNode::Take(id, element, builder);
@@ -201,6 +202,15 @@ std::string EnumerationNode::ReadText(ReadMode mode) {
   }
   if (mode.verify) CheckErrors();
   return entry->Symbolic();
+}
+
+std::string EnumerationNode::ErrorText() {
+  const EnumEntryNode* entry = ByValue(ReadRaw({}));
+  if (entry == nullptr) return "error " + std::to_string(ReadRaw({}));
+  std::string text = entry->GetDisplayName().c_str();
+  const gcstring more = entry->GetToolTip();
+  if (!more.empty()) text.append(" (").append(more.c_str()).append(")");
+  return text;
 }
 
 void EnumerationNode::WriteText(const std::string& text, bool verify) {

@@ -95,7 +95,10 @@ class EnumEntryNode final : public ValueNode, public IEnumEntry {
   bool IsIntegerKind() const override { return true; }
   std::string ReadText(ReadMode mode) override;
   const char* ShortName() const override { return Symbolic(); }
-  const char* Symbolic() const { return m_element.attribute("Name").value(); }
+  // The entry's name; one that stands for itself may have another as a node.
+  const char* Symbolic() const {
+    return m_symbolic.empty() ? m_element.attribute("Name").value() : m_symbolic.c_str();
+  }
   int64_t Value() const { return m_value; }
   double Numeric() const { return m_hasNumeric ? m_numeric : static_cast<double>(m_value); }
   bool SelfClearing() const { return m_selfClearing; }
@@ -106,6 +109,7 @@ class EnumEntryNode final : public ValueNode, public IEnumEntry {
  private:
   int64_t m_value = 0;
   double m_numeric = 0;
+  std::string m_symbolic;
   bool m_hasValue = false;
   bool m_hasNumeric = false;
   bool m_selfClearing = false;
@@ -140,6 +144,7 @@ class EnumerationNode final : public ValueNode, public IEnumeration {
   bool IsIntegerKind() const override { return m_allWhole; }
   std::string ReadText(ReadMode mode) override;
   void WriteText(const std::string& text, bool verify) override;
+  std::string ErrorText() override;
   bool MayPoll() override;
 
  protected:

@@ -260,7 +260,8 @@ class Compiler {
     } else if (real == std::trunc(real) && std::fabs(real) < 9.2e18) {
       Finish(asReal.ptr, Number::Int(static_cast<int64_t>(real)));
     } else {
-      Fail("an integer formula holds a fraction");  // never cut silently
+      // Never cut silently.
+      Fail("an integer formula holds a number that is no 64-bit integer");
     }
   }
   void Finish(const char* stop, Number value) {

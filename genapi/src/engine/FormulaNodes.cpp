@@ -26,34 +26,39 @@ Number Input(double value) {
 
 // ---- inputs ----
 
+FormulaOwner::Property FormulaOwner::PropertyOf(std::string_view suffix) {
+  constexpr std::pair<std::string_view, Property> sk_suffixes[] = {
+      {"Min", Property::Min},
+      {"Max", Property::Max},
+      {"Inc", Property::Inc},
+      {"AccessMode", Property::AccessMode},
+      {"Visibility", Property::Visibility},
+      {"CachingMode", Property::CachingMode},
+  };
+  for (const auto& [text, property] : sk_suffixes) {
+    if (suffix == text) return property;
+  }
+  return suffix.starts_with("Entry.") ? Property::Entry : Property::Value;
+}
+
 bool FormulaOwner::Take(Element id, pugi::xml_node element, Builder& builder) {
   switch (id) {
     case Element::pVariable: {
       const std::string_view name = Trim(element.attribute("Name").value());
       if (name.empty()) builder.Bad(m_owner, element, "has no Name");
-      Variable variable{name, builder.Resolve(m_owner, element, id), Property::Value, 0};
       const size_t dot = name.find('.');
-      if (dot != std::string_view::npos) {
-        const auto suffix = name.substr(dot + 1);
-        if (suffix == "Min") {
-          variable.property = Property::Min;
-        } else if (suffix == "Max") {
-          variable.property = Property::Max;
-        } else if (suffix == "Inc") {
-          variable.property = Property::Inc;
-        } else if (suffix == "AccessMode") {
-          variable.property = Property::AccessMode;
-        } else if (suffix == "Visibility") {
-          variable.property = Property::Visibility;
-        } else if (suffix == "CachingMode") {
-          variable.property = Property::CachingMode;
-        } else if (suffix.starts_with("Entry.")) {
-          variable.property = Property::Entry;
-          auto* enumeration = dynamic_cast<EnumerationNode*>(variable.pNode);
-          if (enumeration == nullptr) builder.Bad(m_owner, element, "is no enumeration");
-          if (!EntryValue(enumeration->XmlElement(), suffix.substr(6), variable.entry)) {
-            builder.Bad(m_owner, element, "has no such entry");
-          }
+      const auto suffix = dot == std::string_view::npos ? "" : name.substr(dot + 1);
+      const Property property = PropertyOf(suffix);
+      Variable variable{name,
+                        builder.Resolve(m_owner, element,
+                                        property == Property::Value ? Element::pVariable
+                                                                    : Element::PropertyVariable),
+                        property, 0};
+      if (property == Property::Entry) {
+        auto* enumeration = dynamic_cast<EnumerationNode*>(variable.pNode);
+        if (enumeration == nullptr) builder.Bad(m_owner, element, "is no enumeration");
+        if (!EntryValue(enumeration->XmlElement(), suffix.substr(6), variable.entry)) {
+          builder.Bad(m_owner, element, "has no such entry");
         }
       }
       m_variables.push_back(variable);

@@ -52,6 +52,7 @@ class FormulaOwner {
     bool isConstant;
   };
 
+  static Property PropertyOf(std::string_view suffix);
   Number ReadVariable(const Variable& variable, ReadMode mode) const;
 
   Node& m_owner;

@@ -52,10 +52,13 @@ std::unique_ptr<Node> MakeNode(Element kind, NodeMap& map, pugi::xml_node elemen
       return Make<IntConverterNode>(map, element);
     case Element::Port:
       return Make<PortNode>(map, element);
-    // Kinds of one bus that no device of today uses.
     case Element::ConfRom:
+      return Make<ConfRomNode>(map, element);
     case Element::TextDesc:
+      return Make<TextDescNode>(map, element);
     case Element::IntKey:
+      return Make<IntKeyNode>(map, element);
+    // Kinds that need the accesses of one old bus: there, but not implemented.
     case Element::AdvFeatureLock:
     case Element::SmartFeature:
       return Make<PlainNode>(map, element, NI);

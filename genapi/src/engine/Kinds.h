@@ -3,6 +3,7 @@
 // All kinds of nodes, and the one place that maps elements of the description to them.
 #include <memory>
 
+#include "engine/ConfRom.h"
 #include "engine/Features.h"
 #include "engine/FormulaNodes.h"
 #include "engine/Numbers.h"

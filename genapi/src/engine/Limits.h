@@ -17,7 +17,8 @@ inline constexpr size_t sk_maxNodeNameLength = 1024;
 
 // Formulas.
 inline constexpr size_t sk_maxFormulaLength = 64u << 10;
-inline constexpr size_t sk_maxFormulaDepth = 200;
+// A condition in brackets takes four levels, and some files chain a hundred of them.
+inline constexpr size_t sk_maxFormulaDepth = 3000;
 inline constexpr size_t sk_maxFormulaInstructions = 16384;
 inline constexpr size_t sk_maxFormulaStack = 512;
 
@@ -26,6 +27,7 @@ inline constexpr int sk_maxReadDepth = 128;
 
 // Registers.
 inline constexpr int64_t sk_maxRegisterBytes = 256 << 20;
+inline constexpr size_t sk_maxConfRomBytes = 64u << 10;
 
 // Value sets and other lists in one element.
 inline constexpr size_t sk_maxListValues = 65536;

@@ -350,7 +350,7 @@ void Node::CheckErrors() {
     Node& error = *link.pTarget;
     if (!IsReadable(error.InternalAccess()) || error.ReadInt({false, true}) == 0) continue;
     GENAPI_RAISE(RuntimeException, *this, "'%s' reports: %s", error.Name(),
-                 error.ReadText({}).c_str());
+                 error.ErrorText().c_str());
   }
 }
 
@@ -375,10 +375,12 @@ bool Node::IsValueRole(Element role) {
     case Element::pValueIndexed:
     case Element::pValueDefault:
     case Element::pVariable:
+    case Element::PropertyVariable:
     case Element::pAddress:
     case Element::pIndex:
     case Element::pOffset:
     case Element::pLength:
+    case Element::p1212Parser:
       return true;
     default:
       return false;
@@ -393,7 +395,10 @@ ECachingMode Node::InternalCaching() const {
   ECachingMode mode = OwnCaching();
   for (const Link& link : Links()) {
     if (!IsValueRole(link.role)) continue;
-    const ECachingMode other = link.pTarget->InternalCaching();
+    ECachingMode other = link.pTarget->InternalCaching();
+    if (link.role == Element::PropertyVariable && !link.pTarget->InternalAccessCacheable()) {
+      other = NoCache;
+    }
     // How a node is written is no concern of one that is only computed from it.
     if (other == NoCache || link.role == Element::pValue) mode = Combine(mode, other);
   }
@@ -461,6 +466,9 @@ EIncMode Node::FloatIncMode() {
   return FloatHasInc() ? fixedIncrement : noIncrement;
 }
 void Node::FloatValidValues(std::vector<double>&) {}
+std::string Node::ErrorText() {
+  return ReadText({});
+}
 std::string Node::ReadText(ReadMode) {
   GENAPI_RAISE(LogicalErrorException, *this, "the node has no text");
 }

@@ -56,7 +56,8 @@ enum Void : uint8_t {
   sk_voidNothing = 0,  // only the callbacks have to know
   sk_voidValue = 1,
   sk_voidAccess = 2,
-  sk_voidAll = 3,
+  sk_voidRange = 4,  // nothing keeps it but formulas that ask for it
+  sk_voidAll = 7,
 };
 
 // A node to look at when another one changes.
@@ -64,6 +65,7 @@ struct Dependent {
   Node* pNode;
   uint8_t onValue;   // what is void when the other's value is
   uint8_t onAccess;  // what is void when the other's access mode is
+  uint8_t onRange;   // what is void when the other's range is
 };
 
 // One reference of a node to another, in the order of the description.
@@ -153,6 +155,8 @@ class Node : public INode, public ISelector, public IUserData {
   virtual int64_t InternalPrecision() const;
   virtual bool IsIntegerKind() const { return false; }
   virtual std::string ReadText(ReadMode);
+  // What the node says about the error that it reports.
+  virtual std::string ErrorText();
   virtual void WriteText(const std::string& text, bool verify);
 
   EAccessMode InternalAccess() const;

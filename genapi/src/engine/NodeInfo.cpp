@@ -21,6 +21,7 @@ bool IsReadingRole(Element role) {
     case Element::pValueIndexed:
     case Element::pValueDefault:
     case Element::pVariable:
+    case Element::PropertyVariable:
     case Element::pAddress:
     case Element::pIndex:
     case Element::pOffset:
@@ -34,6 +35,7 @@ bool IsReadingRole(Element role) {
     case Element::pCommandValue:
     case Element::pPort:
     case Element::pChunkID:
+    case Element::p1212Parser:
     case Element::pEnumEntry:
     case Element::pFeature:
       return true;

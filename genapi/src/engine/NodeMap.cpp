@@ -184,6 +184,7 @@ void NodeMap::Spread(Node& start, uint8_t what) {
       uint8_t effect = 0;
       if (cause & sk_voidValue) effect |= edge.onValue;
       if (cause & sk_voidAccess) effect |= edge.onAccess;
+      if (cause & sk_voidRange) effect |= edge.onRange;
       Node* dependent = edge.pNode;
       const bool first = dependent->m_visit != m_visit;
       const uint8_t before = first ? uint8_t{sk_voidNothing} : dependent->m_visitVoid;
@@ -201,6 +202,10 @@ void NodeMap::Spread(Node& start, uint8_t what) {
 
 void NodeMap::NodeChanged(Node& node) {
   Spread(node, sk_voidValue);
+}
+
+void NodeMap::RangeChanged(Node& node) {
+  Spread(node, sk_voidValue | sk_voidRange);
 }
 
 void NodeMap::NodeInvalidated(Node& node) {

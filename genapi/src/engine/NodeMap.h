@@ -97,6 +97,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
   // The node's value has changed: caches of everything that depends on it are dropped and callbacks
   // are noted.
   void NodeChanged(Node& node);
+  void RangeChanged(Node& node);
   // The same for a node whose own caches are void too.
   void NodeInvalidated(Node& node);
   // Registers that overlap the bytes written lose their caches.

@@ -42,6 +42,10 @@ class RegisterCore {
   EAccessMode BaseAccess() const;
   bool BaseAccessCacheable() const;
   ECachingMode Caching() const { return m_caching; }
+  void SetDefaultLength(int64_t length) {
+    m_length = length;
+    m_hasLength = true;
+  }
   void SetDefaultCaching(ECachingMode mode) { m_caching = mode; }
   bool IsBigEndian() const { return m_bigEndian; }
   Node& Owner() const { return m_owner; }
@@ -179,7 +183,7 @@ class StringRegNode final : public WithRegister<StringNodeBase> {
   void StoreText(const std::string& text, bool verify) override;
 };
 
-class RegisterNode final : public WithRegister<ValueNode> {
+class RegisterNode : public WithRegister<ValueNode> {
  public:
   using WithRegister::WithRegister;
   EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }

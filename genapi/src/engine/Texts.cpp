@@ -30,6 +30,7 @@ bool ParseParts(std::string_view text, char separator, int base, int count, int6
 }
 
 std::string Print(double value, EDisplayNotation notation, int precision) {
+  if (std::isnan(value)) return "nan";  // without the sign that some systems print
   char text[400];
   const char* format = notation == fnFixed ? "%.*f" : notation == fnScientific ? "%.*e" : "%.*g";
   std::snprintf(text, sizeof text, format, precision, value);

@@ -117,7 +117,7 @@ template <class T, class Interface>
 void TypedNumber<T, Interface>::Impose(T& bound, T value) {
   WriteScope scope(m_map);
   bound = value;
-  m_map.NodeChanged(*this);
+  m_map.RangeChanged(*this);
   scope.Finish();
 }
 
