@@ -140,6 +140,31 @@ std::vector<Case> Simple() {
         {"text E2", "Off"},
         {"text EnumEntry_E2_Off", "Off"},
         {"text E2_2nd", "2nd"}}},
+      {"EntriesThatStandForThemselves",
+       Node("EnumEntry", "One", "<Value>1</Value><Symbolic>First</Symbolic>") +
+           Node("EnumEntry", "Two", "<Value>2</Value>") +
+           Node("Enumeration", "E",
+                "<pEnumEntry>One</pEnumEntry><pEnumEntry>Two</pEnumEntry><Value>2</Value>"),
+       {{"symbolics E", "First,Two"}, {"set E First", "ok"}, {"text E", "First"}}},
+      {"ConfigurationRoms",
+       Port() + Reg("ConfRom", "Rom", "0x400", 68) +
+           Node("TextDesc", "Vendor", "<p1212Parser>Rom</p1212Parser><Key>0x03</Key>") +
+           Node("TextDesc", "Model", "<p1212Parser>Rom</p1212Parser><Key>0x82</Key>") +
+           Node("IntKey", "Id", "<p1212Parser>Rom</p1212Parser><Key>3</Key>") +
+           Node("IntKey", "None", "<p1212Parser>Rom</p1212Parser><Key>0x55</Key>") +
+           Node("IntKey", "Nowhere", "<Key>3</Key>"),
+       // bus information; root directory; one more that leads to itself; two texts
+       {{"poke 0x400 0101000000000000", "ok"},
+        {"poke 0x408 0003000003abcdef81000005d1000001", "ok"},
+        {"poke 0x418 0002000082000006d1000000", "ok"},
+        {"poke 0x424 00030000000000000000000041636d65", "ok"},
+        {"poke 0x434 00030000000000000000000058310000", "ok"},
+        {"text Vendor", "Acme"},
+        {"text Model", "X1"},
+        {"int Id", "11259375"},
+        {"int None", "!Runtime"},
+        {"mode Nowhere", "NI"},
+        {"mode Vendor", "RO"}}},
       {"Texts",
        Port() + Reg("StringReg", "S", "0", 8) + Reg("StringReg", "Ro", "16", 8, "", "RO") +
            Node("String", "Held", "<Value>hello</Value>") +
@@ -237,6 +262,20 @@ std::vector<Case> Formulas() {
                     "<Formula>X.AccessMode * 1000 + X.Visibility * 100 + X.CachingMode * 10 + "
                     "X.Value</Formula>"),
        {{"int I", "12033984"}, {"int J", "4114"}}},
+      {"PropertiesOfVariablesDoNotGoStale",
+       Held("Here", "0") + Held("Top", "5") +
+           Node("Integer", "A",
+                "<pIsAvailable>Here</pIsAvailable><Value>1</Value><pMax>Top</pMax>") +
+           Node("Integer", "Over", "<pValue>A</pValue>") +
+           Node("IntSwissKnife", "Mode",
+                Variable("A.AccessMode", "A") + "<Formula>A.AccessMode</Formula>") +
+           Node("IntSwissKnife", "Max", Variable("A.Max", "Over") + "<Formula>A.Max</Formula>"),
+       {{"int Mode", "1"},
+        {"int Max", "5"},
+        {"setint Here 1", "ok"},
+        {"int Mode", "4"},
+        {"setint Top 9", "ok"},
+        {"int Max", "9"}}},
       {"ErrorsShowOnReading",
        Held("Zero", "0") +
            Node("IntSwissKnife", "D", Variable("Z", "Zero") + "<Formula>1 / Z</Formula>") +

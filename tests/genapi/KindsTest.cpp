@@ -123,7 +123,34 @@ std::vector<Case> IntegerRegisters() {
         {"addr Sum", "524"},
         {"addr Knife", "1025"},
         {"addr Negative", "-4"},
-        {"addr Far", "-4294967280"}}},
+        {"addr Far", "-4294967280"},
+        {"int K", "1024"}}},  // the formula is known under its own name too
+      {"RegistersMayLieAcrossTheEndOfTheAddresses",
+       Port() + Reg("Register", "R", "-4", 8) + Reg("IntReg", "I", "0", 4, big),
+       {{"text R", "0x0000000000000000"}, {"setint I 1", "ok"}, {"text R", "0x0000000000000001"}}},
+      {"LengthsFromNodes",
+       Port() + Node("Integer", "Length", "<Value>2</Value>") +
+           Node("IntReg", "I",
+                "<Address>0</Address><pLength>Length</pLength><AccessMode>RW</AccessMode>"
+                "<pPort>Device</pPort>" +
+                    big) +
+           Node("MaskedIntReg", "M",
+                "<Address>0</Address><pLength>Length</pLength><pPort>Device</pPort><LSB>15</LSB>"
+                "<MSB>8</MSB>" +
+                    big) +
+           Node("FloatReg", "F",
+                "<Address>8</Address><pLength>Length</pLength><pPort>Device</pPort>" + big),
+       {{"poke 0 0102030400000000", "ok"},
+        {"int I", "258"},
+        {"max I", "65535"},
+        {"int M", "2"},
+        {"float F", "!Property"},
+        {"setint Length 4", "ok"},
+        {"int I", "16909060"},
+        {"int M", "2"},
+        {"float F", "0"},
+        {"setint Length 9", "ok"},
+        {"int I", "!Property"}}},
   };
 }
 INSTANTIATE_TEST_SUITE_P(IntegerRegisters, Kinds, testing::ValuesIn(IntegerRegisters()), NameOf);
@@ -262,8 +289,14 @@ std::vector<Case> Integers() {
         {"poke 0 00000005", "ok"},
         {"drop A", "ok"},
         {"int I", "5"}}},
+      {"CopiesWithOtherStepsAreReadOnly",
+       Node("Integer", "A", "<Value>0</Value>") +
+           Node("Integer", "B", "<Value>0</Value><Inc>2</Inc>") +
+           Node("Integer", "I", "<pValue>A</pValue><pValueCopy>B</pValueCopy>"),
+       {{"mode I", "RO"}, {"setint I 2", "!Access"}}},
       {"TablesChooseByIndex",
-       Port() + Reg("IntReg", "R", "0", 4, big) + Node("Integer", "Sel", "<Value>0</Value>") +
+       Port() + Reg("IntReg", "R", "0", 4, big + "<Unit>mm</Unit>") +
+           Node("Integer", "Sel", "<Value>0</Value>") +
            Node("Integer", "I",
                 "<pIndex>Sel</pIndex><ValueIndexed Index=\"0\">10</ValueIndexed>"
                 "<pValueIndexed Index=\"1\">R</pValueIndexed><ValueDefault>-1</ValueDefault>") +
@@ -272,8 +305,10 @@ std::vector<Case> Integers() {
        {{"int I", "10"},
         {"setint I 11", "ok"},
         {"int I", "11"},
+        {"unit I", ""},
         {"setint Sel 1", "ok"},
         {"int I", "0"},
+        {"unit I", "mm"},
         {"setint I 77", "ok"},
         {"bytes 0 4", "0000004d"},
         {"max I", "4294967295"},

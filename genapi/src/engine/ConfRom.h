@@ -20,6 +20,18 @@ class ConfRomNode final : public RegisterNode {
   int64_t IntOf(const Node& user, int64_t key, ReadMode mode);
   // The text that the entry leads to, or that describes it.
   std::string TextOf(const Node& user, int64_t key, ReadMode mode);
+  // Files that no bus of today can read may leave the register out.
+  void Finish(Builder& builder) override {
+    if (m_core.HasPort()) RegisterNode::Finish(builder);
+  }
+
+ protected:
+  EAccessMode BaseAccess() const override {
+    return m_core.HasPort() ? RegisterNode::BaseAccess() : NI;
+  }
+  bool BaseAccessCacheable() const override {
+    return !m_core.HasPort() || RegisterNode::BaseAccessCacheable();
+  }
 
  private:
   struct Entry {

@@ -30,6 +30,7 @@ class RegisterCore {
   // The length as a size that memory may be taken for; throws OutOfRangeException when it makes no
   // sense.
   size_t CheckedLength();
+  bool HasPort() const { return m_pPort != nullptr; }
   bool HasConstantLength() const { return m_pLength == nullptr; }
   // The first so many bytes; at most the register's length.
   void Read(uint8_t* pBuffer, int64_t length, ReadMode mode);
