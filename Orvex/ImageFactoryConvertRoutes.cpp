@@ -8,6 +8,7 @@
 #include "Orvex/ImageFactoryConvert.h"
 #include "Orvex/ImageFactoryConvertPools.h"
 #include "primitives/RowThreads.h"
+#include "primitives/WriteAround.h"
 
 namespace Orvex {
 namespace {
@@ -111,6 +112,7 @@ void DemosaicInBands(ScratchPools& pools, const ConvertJob& job, IppiBayerGrid g
           const IppiRect region{0, int(y), int(w), int(lines)};
           IppStatus status =
               ippiCFAToRGB_8u_C1C3R(pSrc, region, job.size, int(w), pBand, int(3 * w), grid, 0);
+          const Primitives::PartOfPicture part(w * h * 3);
           if (status == ippStsNoErr) status = finish(pBand, y, IppiSize{int(w), int(lines)});
           if (status != ippStsNoErr) result = status;
         }

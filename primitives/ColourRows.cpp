@@ -3,11 +3,16 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/ColourRows.cpp"
+// Its byte permutations take three channels apart and together.
+#define HWY_WANT_AVX3_DL 1
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include "primitives/Interleave-inl.h"
+#include "primitives/WriteAround-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvex::Primitives::HWY_NAMESPACE {
@@ -28,28 +33,49 @@ using VS = hn::VFromD<DS>;
 // The longest vector in bytes; blocks at the end of a line work on copies of at most eight of them.
 constexpr size_t sk_vector = hn::MaxLanes(D8());
 
-// Runs Op::Run on blocks of Op::Pixels() pixels of Op::sk_in and Op::sk_out bytes. A block may read
-// and write up to Op::Read() and Op::Write() bytes; what it writes too much, the next block
-// overwrites. The last pixels go through copies, which Op::Complete may extend.
+// Runs Op::Run on blocks of Op::Pixels() pixels of Op::sk_in and Op::sk_out bytes: the pixels
+// [x, end) of a line of n, to dst. A block may read and write up to Op::Read() and Op::Write()
+// bytes; what it writes too much, the next block overwrites, or lies in the `room` bytes after the
+// last pixel. The last pixels go through copies, which Op::Complete may extend.
+template <class Op>
+HWY_INLINE void RunPart(const RowParams& params, const uint8_t* HWY_RESTRICT src, size_t n,
+                        size_t x, size_t end, uint8_t* HWY_RESTRICT dst, size_t room) {
+  const size_t step = Op::Pixels();
+  // Blocks that lie inside the line with all that they read and write.
+  const size_t readReach = (Op::Read() + Op::sk_in - 1) / Op::sk_in;
+  const size_t writeReach = (Op::Write() + Op::sk_out - 1) / Op::sk_out;
+  const size_t writeEnd = end + room / Op::sk_out;
+  for (; x < end && x + readReach <= n && x + writeReach <= writeEnd; x += step) {
+    Op::Run(params, src + x * Op::sk_in, dst);
+    dst += step * Op::sk_out;
+  }
+  while (x < end) {
+    uint8_t in[8 * sk_vector] = {}, out[8 * sk_vector];
+    const size_t part = std::min(end - x, step);
+    std::memcpy(in, src + x * Op::sk_in, part * Op::sk_in);
+    std::memcpy(out, dst, part * Op::sk_out);
+    if (x + part == n && part % 2 != 0) Op::Complete(in + part * Op::sk_in, src, n);
+    Op::Run(params, in, out);
+    std::memcpy(dst, out, part * Op::sk_out);
+    x += part;
+    dst += part * Op::sk_out;
+  }
+}
+
 template <class Op>
 HWY_INLINE void RunRow(const RowParams& params, const uint8_t* HWY_RESTRICT src,
                        uint8_t* HWY_RESTRICT dst, size_t n) {
-  const size_t step = Op::Pixels();
-  size_t x = 0;
-  // Blocks that lie inside the line with all that they read and write.
-  const size_t reach = std::max((Op::Read() + Op::sk_in - 1) / Op::sk_in,
-                                (Op::Write() + Op::sk_out - 1) / Op::sk_out);
-  for (; x + reach <= n; x += step) Op::Run(params, src + x * Op::sk_in, dst + x * Op::sk_out);
-  while (x < n) {
-    uint8_t in[8 * sk_vector] = {}, out[8 * sk_vector];
-    const size_t part = n - x < step ? n - x : step;
-    std::memcpy(in, src + x * Op::sk_in, part * Op::sk_in);
-    std::memcpy(out, dst + x * Op::sk_out, part * Op::sk_out);
-    if (x + part == n && part % 2 != 0) Op::Complete(in + part * Op::sk_in, src, n);
-    Op::Run(params, in, out);
-    std::memcpy(dst + x * Op::sk_out, out, part * Op::sk_out);
-    x += part;
+  if (!params.around || Op::Keeps(params)) return RunPart<Op>(params, src, n, 0, n, dst, 0);
+  constexpr size_t sk_pixels = 1280, sk_room = 8 * sk_vector;
+  alignas(64) uint8_t line[sk_pixels * Op::sk_out + sk_room];
+  for (size_t x = 0; x < n; x += sk_pixels) {
+    const size_t end = std::min(x + sk_pixels, n);
+    RunPart<Op>(params, src, n, x, end, line, sk_room);
+    AroundCopy copy;
+    copy.Begin(line, dst + x * Op::sk_out, (end - x) * Op::sk_out);
+    copy.Finish();
   }
+  hwy::FlushStream();
 }
 
 // Blocks of full vectors, that read and write exactly their pixels.
@@ -57,6 +83,8 @@ template <size_t In, size_t Out>
 struct Exact {
   static constexpr size_t sk_in = In, sk_out = Out;
   static void Complete(uint8_t*, const uint8_t*, size_t) {}
+  // Whether bytes of the destination stay as they were.
+  static bool Keeps(const RowParams&) { return false; }
 };
 
 HWY_INLINE V16 EvenInHigh(V8 v) {
@@ -85,7 +113,7 @@ struct GreyTo8 : Exact<1, Channels> {
   static HWY_INLINE void Run(const RowParams& params, const uint8_t* src, uint8_t* dst) {
     const V8 v = hn::LoadU(D8(), src);
     if constexpr (Channels == 3)
-      hn::StoreInterleaved3(v, v, v, D8(), dst);
+      StoreThree(v, v, v, D8(), dst);
     else
       hn::StoreInterleaved4(v, v, v, hn::Set(D8(), params.alpha), D8(), dst);
   }
@@ -130,7 +158,7 @@ struct ToGrey8 : Exact<Channels, 1> {
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     V8 a, b, c, unused;
     if constexpr (Channels == 3)
-      hn::LoadInterleaved3(D8(), src, a, b, c);
+      LoadThree(D8(), src, a, b, c);
     else
       hn::LoadInterleaved4(D8(), src, a, b, c, unused);
     const V16 even = GreyOf(EvenInHigh(a), EvenInHigh(b), EvenInHigh(c));
@@ -149,7 +177,7 @@ struct RgbToGrey16C3 : Exact<6, 2> {
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     const D16 d;
     V16 a, b, c;
-    hn::LoadInterleaved3(d, reinterpret_cast<const uint16_t*>(src), a, b, c);
+    LoadThree(d, reinterpret_cast<const uint16_t*>(src), a, b, c);
     const V16 wa = hn::Set(d, 19595), wb = hn::Set(d, 38470), wc = hn::Set(d, 7471);
     V16 high = hn::Add(hn::Add(hn::MulHigh(a, wa), hn::MulHigh(b, wb)), hn::MulHigh(c, wc));
     V16 low = hn::Set(d, 0x8000);
@@ -170,6 +198,7 @@ struct Shuffle : Exact<In, Out> {
   static size_t Pixels() { return 4 * sk_part; }
   static size_t Read() { return 3 * sk_part * In + 16; }
   static size_t Write() { return 3 * sk_part * Out + 16; }
+  static bool Keeps(const RowParams& params) { return params.table->keepsAny; }
   static HWY_INLINE void Run(const RowParams& params, const uint8_t* src,
                              uint8_t* HWY_RESTRICT dst) {
     const Block8 d;
@@ -217,6 +246,7 @@ struct Scale8To16 : Exact<Channels, 2 * Channels> {
   static size_t Pixels() { return hn::Lanes(D16()) / Channels; }
   static size_t Read() { return Pixels() * Channels; }
   static size_t Write() { return Pixels() * Channels * 2; }
+  static bool Keeps(const RowParams&) { return Channels == 4; }
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     const V16 v = hn::PromoteTo(D16(), hn::LoadU(hn::Rebind<uint8_t, D16>(), src));
     V8 wide = hn::BitCast(D8(), hn::Or(v, hn::ShiftLeft<8>(v)));
@@ -240,6 +270,7 @@ struct Scale16To8 : Exact<2 * Channels, Channels> {
   static size_t Pixels() { return hn::Lanes(D8()) / Channels; }
   static size_t Read() { return Pixels() * Channels * 2; }
   static size_t Write() { return Pixels() * Channels; }
+  static bool Keeps(const RowParams&) { return Channels == 4; }
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     const V16 low = ScaledInHigh(hn::LoadU(D8(), src)),
               high = ScaledInHigh(hn::LoadU(D8(), src + hn::Lanes(D8())));
@@ -306,12 +337,12 @@ struct RgbToYCbCr : Exact<3, 3> {
   static size_t Write() { return Pixels() * 3; }
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     V8 r, g, b;
-    hn::LoadInterleaved3(D8(), src, r, g, b);
+    LoadThree(D8(), src, r, g, b);
     const V16 r0 = EvenInHigh(r), g0 = EvenInHigh(g), b0 = EvenInHigh(b);
     const V16 r1 = OddInHigh(r), g1 = OddInHigh(g), b1 = OddInHigh(b);
-    hn::StoreInterleaved3(JoinHigh(LumaOf(r0, g0, b0), LumaOf(r1, g1, b1)),
-                          JoinHigh(CbOf(r0, g0, b0), CbOf(r1, g1, b1)),
-                          JoinHigh(CrOf(r0, g0, b0), CrOf(r1, g1, b1)), D8(), dst);
+    StoreThree(JoinHigh(LumaOf(r0, g0, b0), LumaOf(r1, g1, b1)),
+               JoinHigh(CbOf(r0, g0, b0), CbOf(r1, g1, b1)),
+               JoinHigh(CrOf(r0, g0, b0), CrOf(r1, g1, b1)), D8(), dst);
   }
 };
 
@@ -321,7 +352,7 @@ struct YCbCrToRgb : Exact<3, 3> {
   static size_t Write() { return Pixels() * 3; }
   static HWY_INLINE void Run(const RowParams&, const uint8_t* src, uint8_t* dst) {
     V8 y, cb, cr;
-    hn::LoadInterleaved3(D8(), src, y, cb, cr);
+    LoadThree(D8(), src, y, cb, cr);
     const VS y0 = LumaPart(EvenInHigh(y)), y1 = LumaPart(OddInHigh(y));
     const VS cb0 = Centred(EvenInHigh(cb)), cb1 = Centred(OddInHigh(cb));
     const VS cr0 = Centred(EvenInHigh(cr)), cr1 = Centred(OddInHigh(cr));
@@ -329,7 +360,7 @@ struct YCbCrToRgb : Exact<3, 3> {
     const V8 g = JoinColour(hn::Add(y0, GreenPart(cb0, cr0)), hn::Add(y1, GreenPart(cb1, cr1)));
     const V8 b =
         JoinColour(hn::SaturatedAdd(y0, BluePart(cb0)), hn::SaturatedAdd(y1, BluePart(cb1)));
-    hn::StoreInterleaved3(r, g, b, D8(), dst);
+    StoreThree(r, g, b, D8(), dst);
   }
 };
 

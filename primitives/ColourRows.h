@@ -21,6 +21,8 @@ struct ShuffleTable {
 struct RowParams {
   uint8_t alpha = 0;
   const ShuffleTable* table = nullptr;
+  // Write around the caches.
+  bool around = false;
 };
 
 // X(name, bytes of a source pixel, bytes of a destination pixel, whether lines group pixels in

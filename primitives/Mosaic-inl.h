@@ -12,6 +12,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "primitives/Interleave-inl.h"
 #include "primitives/Mosaic.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -94,10 +95,10 @@ HWY_INLINE bool IsRedLine(const MosaicJob<T>& job, int y) {
 template <class DT, class V, class T>
 HWY_INLINE void StorePixels(DT d, V r, V g, V b, T* HWY_RESTRICT out, int count) {
   if (HWY_LIKELY(count >= int(hn::Lanes(d)))) {
-    hn::StoreInterleaved3(r, g, b, d, out);
+    StoreThree(r, g, b, d, out);
   } else {
     HWY_ALIGN T last[3 * hn::MaxLanes(d)];
-    hn::StoreInterleaved3(r, g, b, d, last);
+    StoreThree(r, g, b, d, last);
     std::memcpy(out, last, size_t(count) * 3 * sizeof(T));
   }
 }

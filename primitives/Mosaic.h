@@ -9,6 +9,7 @@
 
 #include "primitives/Ipp.h"
 #include "primitives/IppCheck.h"
+#include "primitives/WriteAround.h"
 
 namespace Orvex::Primitives {
 
@@ -22,6 +23,7 @@ struct MosaicJob {
   size_t dstStep;    // bytes
   int redColumn;     // parities of red in the whole mosaic
   int redRow;
+  bool around;  // whether the picture is to be written around the caches
 
   const T* Row(int y) const {
     return reinterpret_cast<const T*>(reinterpret_cast<const uint8_t*>(src) + size_t(y) * srcStep);
@@ -74,7 +76,16 @@ IppStatus MakeMosaicJob(const T* src, IppiRect region, IppiSize size, int srcSte
     default:
       return ippStsBadArgErr;
   }
-  *job = {src, size_t(srcStep), size, region, dst, size_t(dstStep), redColumn, redRow};
+  const size_t pixels = size_t(region.width) * size_t(region.height);
+  *job = {src,
+          size_t(srcStep),
+          size,
+          region,
+          dst,
+          size_t(dstStep),
+          redColumn,
+          redRow,
+          WritesAround(pixels * 3 * sizeof(T))};
   return ippStsNoErr;
 }
 

@@ -143,7 +143,7 @@ TEST_P(ColourPrimitives, GiveTheBytesOfThePlainLoopForEveryWidth) {
   const ColourCase& c = GetParam();
   const Bytes noise = Targets::Noise(200 * c.in, 1);
   Targets::Edged source(noise.size()), destination(200 * c.out);
-  Targets::ForEach([&] {
+  Targets::ForEachWay([&] {
     for (int width = 1; width <= 200; ++width) {
       const size_t in = size_t(width) * c.in, out = size_t(width) * c.out;
       const uint8_t* src = source.Fill(in, noise.data());

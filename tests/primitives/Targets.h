@@ -1,7 +1,8 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Runs code once for every instruction set that was compiled and that this machine has, the
-// portable one included, and buffers that end at a page nobody may touch.
+// portable one included, and as parts of small and of large pictures; buffers that end at a page
+// nobody may touch.
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "primitives/RowThreads.h"
+#include "primitives/WriteAround.h"
 
 namespace Targets {
 
@@ -32,12 +34,24 @@ void ForEach(Body body) {
   const Restore restore;
   hwy::SetSupportedTargetsForTest(0);
   const int64_t available = hwy::SupportedTargets();
-  for (const int64_t target : {int64_t(HWY_AVX3), int64_t(HWY_AVX2), int64_t(HWY_SSE4),
-                               int64_t(HWY_NEON), int64_t(HWY_EMU128)}) {
+  for (const int64_t target : {int64_t(HWY_AVX3_DL), int64_t(HWY_AVX3), int64_t(HWY_AVX2),
+                               int64_t(HWY_SSE4), int64_t(HWY_NEON), int64_t(HWY_EMU128)}) {
     if (target != HWY_EMU128 && !(available & target)) continue;
     SCOPED_TRACE(hwy::TargetName(target));
-    hwy::GetChosenTarget().Update(target == HWY_EMU128 ? 0 : target);
+    // Better ones have lower bits; kernels that lack this one take the next.
+    hwy::GetChosenTarget().Update(target == HWY_EMU128 ? 0 : available & ~(target - 1));
     body();
+    if (testing::Test::HasFatalFailure()) return;
+  }
+}
+
+// The same, with destinations that go through the caches and with those that go around them.
+template <class Body>
+void ForEachWay(Body body) {
+  for (const size_t pictureBytes : {size_t(0), Orvex::Primitives::sk_minBytesToWriteAround}) {
+    SCOPED_TRACE(pictureBytes);
+    const Orvex::Primitives::PartOfPicture part(pictureBytes);
+    ForEach(body);
     if (testing::Test::HasFatalFailure()) return;
   }
 }
