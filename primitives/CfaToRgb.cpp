@@ -2,14 +2,21 @@
 // Directional demosaicing. Green comes first, along the direction in which it changes less,
 // corrected by the second difference of the measured colour; then red and blue as their mean
 // difference to green in the neighbourhood.
+//
+// Where colour and green change unlike, the correction is wrong, and shows as a green beyond that
+// of both neighbours; it is taken back as far as the two changes differ. Of four differences to
+// green the outer two are left out, which are on the other side of an edge.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/CfaToRgb.cpp"
+// Its byte permutations take three channels apart and together.
+#define HWY_WANT_AVX3_DL 1
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 #include "primitives/Mosaic-inl.h"
 #include "primitives/RowThreads.h"
 #include "primitives/Scratch.h"
+#include "primitives/WriteAround-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvex::Primitives::HWY_NAMESPACE {
@@ -42,6 +49,8 @@ class CfaWorker {
       worker.Green(y + 1);
       worker.Output(y);
     }
+    worker.m_copy.Finish();
+    if (job.around) hwy::FlushStream();
     return true;
   }
 
@@ -49,15 +58,22 @@ class CfaWorker {
   explicit CfaWorker(const MosaicJob<T>& job) : m_job(job) {
     const int width = job.region.width;
     uint8_t* at = ThreadScratch(decltype(m_raw)::Bytes(width) + decltype(m_green)::Bytes(width) +
-                                decltype(m_difference)::Bytes(width));
+                                decltype(m_difference)::Bytes(width) + 2 * LineBytes());
     m_ready = at != nullptr;
     if (!m_ready) return;
     at = m_difference.Place(at, width);
     at = m_raw.Place(at, width);
-    m_green.Place(at, width);
+    at = m_green.Place(at, width);
+    for (T*& line : m_lines) {
+      line = reinterpret_cast<T*>(at);
+      at += LineBytes();
+    }
   }
 
-  void Load(int y) { CopyMosaicLine(m_job, y, 6, m_raw[y]); }
+  void Load(int y) {
+    CopyMosaicLine(m_job, y, 6, m_raw[y]);
+    m_next = m_job.Row(Mirror(m_job.region.y + y + 1, m_job.srcSize.height)) + m_job.region.x;
+  }
 
   static HWY_INLINE VP Pairs(const T* line, int pair) {
     return hn::BitCast(DP(), hn::LoadU(DT(), line + 2 * pair));
@@ -96,16 +112,22 @@ class CfaWorker {
       const V c = here(mid), c2 = hn::Add(c, c);
       const V l = ColourIsEven ? Odd(before) : Even(mid), r = ColourIsEven ? Odd(mid) : Even(after);
       const V u = here(Pairs(up1, i)), b = here(Pairs(down1, i));
-      const V bendH = hn::Sub(c2, hn::Add(here(before), here(after)));
-      const V bendV = hn::Sub(c2, hn::Add(here(Pairs(up2, i)), here(Pairs(down2, i))));
-      const V changeH = hn::Add(hn::Abs(hn::Sub(l, r)), hn::Abs(bendH));
-      const V changeV = hn::Add(hn::Abs(hn::Sub(u, b)), hn::Abs(bendV));
-      // Four times the green value along each direction and their mean.
-      const V alongH = hn::Add(hn::ShiftLeft<1>(hn::Add(l, r)), bendH);
-      const V alongV = hn::Add(hn::ShiftLeft<1>(hn::Add(u, b)), bendV);
-      const V both = hn::ShiftRight<1>(hn::Add(alongH, alongV));
-      const V chosen = hn::IfThenElse(hn::Lt(changeH, changeV), alongH,
-                                      hn::IfThenElse(hn::Lt(changeV, changeH), alongV, both));
+      const V farL = here(before), farR = here(after);
+      const V farU = here(Pairs(up2, i)), farB = here(Pairs(down2, i));
+      const V bendH = hn::Sub(c2, hn::Add(farL, farR)), bendV = hn::Sub(c2, hn::Add(farU, farB));
+      const V slopeH = hn::Sub(r, l), slopeV = hn::Sub(b, u);
+      const auto across = hn::Gt(hn::Add(hn::Abs(slopeH), hn::Abs(bendH)),
+                                 hn::Add(hn::Abs(slopeV), hn::Abs(bendV)));
+      const V g0 = hn::IfThenElse(across, u, l), g1 = hn::IfThenElse(across, b, r);
+      const V bend = hn::IfThenElse(across, bendV, bendH);
+      const V slope = hn::IfThenElse(across, slopeV, slopeH);
+      const V farSlope = hn::IfThenElse(across, hn::Sub(farB, farU), hn::Sub(farR, farL));
+      // Four times everything.
+      const V along = hn::Add(hn::ShiftLeft<1>(hn::Add(g0, g1)), bend);
+      const V doubt = hn::Abs(hn::Sub(farSlope, hn::Add(slope, slope)));
+      const V low = hn::ShiftLeft<2>(hn::Min(g0, g1)), high = hn::ShiftLeft<2>(hn::Max(g0, g1));
+      const V notAbove = hn::Min(along, hn::Max(high, hn::Sub(along, doubt)));
+      const V chosen = hn::Max(notAbove, hn::Min(low, hn::Add(along, doubt)));
       const V value = Clamped(hn::ShiftRight<2>(hn::Add(chosen, hn::Set(d, 2))));
       const VP full = ColourIsEven ? Join(value, Odd(mid)) : Join(Even(mid), value);
       hn::StoreU(hn::BitCast(DT(), full), DT(), green + 2 * i);
@@ -115,14 +137,14 @@ class CfaWorker {
 
   void Output(int y) {
     if (ColourInEvenLanes(m_job, y))
-      OutputOf<true>(y);
+      IsRedLine(m_job, y) ? OutputOf<true, true>(y) : OutputOf<true, false>(y);
     else
-      OutputOf<false>(y);
+      IsRedLine(m_job, y) ? OutputOf<false, true>(y) : OutputOf<false, false>(y);
   }
 
   // Where a colour is not measured it is green plus the mean difference around: of two neighbours
-  // in the line or the column, or of four diagonal ones.
-  template <bool ColourIsEven>
+  // in the line or the column, or of the middle two of four diagonal ones.
+  template <bool ColourIsEven, bool LineIsRed>
   HWY_INLINE void OutputOf(int y) {
     const D d;
     const int n = int(hn::Lanes(d)), width = m_job.region.width;
@@ -132,8 +154,10 @@ class CfaWorker {
     // in the other lines.
     constexpr int sk_left = ColourIsEven ? 0 : -1, sk_right = sk_left + 1;
     constexpr int sk_otherLeft = ColourIsEven ? -1 : 0, sk_otherRight = sk_otherLeft + 1;
-    const bool redLine = IsRedLine(m_job, y);
-    T* out = m_job.Out(y);
+    T* const line = m_job.Out(y);
+    T* const out = m_job.around ? m_lines[y & 1] : line;
+    const T* const next = m_next;
+    AroundCopy copy = m_copy;
     for (int i = 0; 2 * i < width; i += n) {
       const auto at = [i](const S* line, int pair)
                           HWY_ATTR { return hn::LoadU(D(), line + i + pair); };
@@ -141,30 +165,44 @@ class CfaWorker {
       const V measured = ColourIsEven ? Even(raw) : Odd(raw);
       const V greenAtGreen = ColourIsEven ? Odd(full) : Even(full),
               greenAtColour = ColourIsEven ? Even(full) : Odd(full);
-      const V one = hn::Set(d, 1), two = hn::Set(d, 2);
+      const V one = hn::Set(d, 1);
+      const auto mean = [&](V sum) HWY_ATTR { return hn::ShiftRight<1>(hn::Add(sum, one)); };
       const V ownSum = hn::Add(at(own, sk_left), at(own, sk_right));
-      const V ownAtGreen = Clamped(hn::Add(greenAtGreen, hn::ShiftRight<1>(hn::Add(ownSum, one))));
-      const V left = hn::Add(at(up, sk_otherLeft), at(down, sk_otherLeft));
-      const V right = hn::Add(at(up, sk_otherRight), at(down, sk_otherRight));
-      const V column = ColourIsEven ? right : left;
-      const V otherAtGreen =
-          Clamped(hn::Add(greenAtGreen, hn::ShiftRight<1>(hn::Add(column, one))));
-      const V otherAtColour =
-          Clamped(hn::Add(greenAtColour, hn::ShiftRight<2>(hn::Add(hn::Add(left, right), two))));
+      const V ownAtGreen = Clamped(hn::Add(greenAtGreen, mean(ownSum)));
+      const V upLeft = at(up, sk_otherLeft), upRight = at(up, sk_otherRight);
+      const V downLeft = at(down, sk_otherLeft), downRight = at(down, sk_otherRight);
+      const V column = ColourIsEven ? hn::Add(upRight, downRight) : hn::Add(upLeft, downLeft);
+      const V otherAtGreen = Clamped(hn::Add(greenAtGreen, mean(column)));
+      const V middle = hn::Add(hn::Max(hn::Min(upLeft, downRight), hn::Min(upRight, downLeft)),
+                               hn::Min(hn::Max(upLeft, downRight), hn::Max(upRight, downLeft)));
+      const V otherAtColour = Clamped(hn::Add(greenAtColour, mean(middle)));
       const VP ownPairs = ColourIsEven ? Join(measured, ownAtGreen) : Join(ownAtGreen, measured);
       const VP otherPairs =
           ColourIsEven ? Join(otherAtColour, otherAtGreen) : Join(otherAtGreen, otherAtColour);
       const DT dt;
-      const auto r = hn::BitCast(dt, redLine ? ownPairs : otherPairs),
-                 b = hn::BitCast(dt, redLine ? otherPairs : ownPairs);
+      const auto r = hn::BitCast(dt, LineIsRed ? ownPairs : otherPairs),
+                 b = hn::BitCast(dt, LineIsRed ? otherPairs : ownPairs);
       StorePixels(dt, r, hn::BitCast(dt, full), b, out + size_t(i) * 6, width - 2 * i);
+      hwy::Prefetch(next + 2 * i);
+      copy.template Step<(3 * sizeof(V) + AroundCopy::sk_line - 1) / AroundCopy::sk_line>();
+    }
+    if (m_job.around) {
+      copy.Begin(reinterpret_cast<const uint8_t*>(out), reinterpret_cast<uint8_t*>(line),
+                 LineBytes());
+      m_copy = copy;
     }
   }
 
+  size_t LineBytes() const { return size_t(m_job.region.width) * 3 * sizeof(T); }
+
   const MosaicJob<T>& m_job;
   LineRing<T, 8> m_raw;
+  const T* m_next = nullptr;  // the line of the mosaic to load next
   LineRing<T, 4> m_green;
   LineRing<S, 4> m_difference;  // by pairs
+  // Of the picture, where it is written around the caches: one while the other is copied.
+  T* m_lines[2] = {};
+  AroundCopy m_copy;
   bool m_ready = false;
 };
 

@@ -4,6 +4,10 @@
 // pixel takes it from the picture that is more homogeneous around the pixel, as CIELab sees it; red
 // and blue follow by their difference to green, whose median removes false colour. Lines stream
 // through the stages, each of which runs a line or more behind the one before it.
+//
+// All of that expects colours to change alike. Between saturated colours they don't, and what is
+// interpolated leaves the range of the samples that it stands between; it is taken back as far as
+// the differences to green at these samples disagree. Textures, where they agree, keep their peaks.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/DemosaicAhd.cpp"
 #include <hwy/foreach_target.h>
@@ -35,7 +39,7 @@ class AhdWorker {
       if (t - 4 >= first - 4) worker.Pictures(t - 4);
       if (t - 5 >= first - 3) worker.Homogeneity(t - 5);
       if (t - 6 >= first - 2) worker.Select(t - 6);
-      if (t - 7 >= first - 1) worker.Colours(worker.m_selected, t - 7, 1);
+      if (t - 7 >= first - 1) worker.FinalColours(t - 7);
       if (t - 8 >= first) worker.Output(t - 8);
     }
     return true;
@@ -81,6 +85,13 @@ class AhdWorker {
   HWY_INLINE static V Clamped(V v) {
     const D d;
     return hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, hwy::HighestValue<T>()));
+  }
+
+  // What leaves the range [low, high], back towards it by at most `doubt`.
+  template <class V>
+  HWY_INLINE static V Limited(V v, V low, V high, V doubt) {
+    const V notAbove = hn::Min(v, hn::Max(high, hn::Sub(v, doubt)));
+    return hn::Max(notAbove, hn::Min(low, hn::Add(v, doubt)));
   }
 
   void Differences(int y) {
@@ -129,40 +140,45 @@ class AhdWorker {
     const D d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const auto two = hn::Set(d, 2);
-    const L *row = m_raw[y], *mid = m_h.raw[y];
+    const L *row = m_raw[y], *up = m_raw[y - 1], *down = m_raw[y + 1], *mid = m_h.raw[y];
     const L *above = m_v.raw[y - 1], *here = m_v.raw[y], *below = m_v.raw[y + 1];
     for (int x = -6; x < w + 5; x += n) {
-      const auto c = At(row, x);
-      const auto store = [&](auto sum4, const Picture& picture) HWY_ATTR {
-        const auto green = Clamped(hn::Sub(c, hn::ShiftRight<2>(hn::Add(sum4, two))));
+      const auto c = At(row, x), c4 = hn::ShiftLeft<2>(c);
+      // From the differences and the greens on both sides; all of it four times.
+      const auto store = [&](auto before, auto own, auto after, auto g0, auto g1,
+                             const Picture& picture) HWY_ATTR {
+        const auto sum = hn::Add(hn::Add(before, after), hn::ShiftLeft<1>(own));
+        const auto doubt = hn::ShiftLeft<1>(hn::Abs(hn::Sub(before, after)));
+        const auto limited = Limited(hn::Sub(c4, sum), hn::ShiftLeft<2>(hn::Min(g0, g1)),
+                                     hn::ShiftLeft<2>(hn::Max(g0, g1)), doubt);
+        const auto green = Clamped(hn::ShiftRight<2>(hn::Add(limited, two)));
         const auto full = ColourIsEven ? hn::OddEven(c, green) : hn::OddEven(green, c);
         hn::StoreU(full, d, picture.green[y] + x);
         hn::StoreU(hn::Sub(c, full), d, picture.difference[y] + x);
       };
-      store(hn::Add(hn::Add(At(mid, x - 1), At(mid, x + 1)), hn::ShiftLeft<1>(At(mid, x))),
+      store(At(mid, x - 1), At(mid, x), At(mid, x + 1), At(row, x - 1), At(row, x + 1),
             m_h.picture);
-      store(hn::Add(hn::Add(At(above, x), At(below, x)), hn::ShiftLeft<1>(At(here, x))),
-            m_v.picture);
+      store(At(above, x), At(here, x), At(below, x), At(up, x), At(down, x), m_v.picture);
     }
   }
 
   void Pictures(int y) {
     for (Direction* direction : {&m_h, &m_v}) {
-      Colours(direction->picture, y, 4);
+      Colours(direction->picture, y);
       ToLab(*direction, y);
     }
   }
 
   // Red and blue by their mean difference to green; the difference lines are zero where green is
-  // measured, so one weighted sum serves all kinds of pixel. `margin` pixels more on both sides.
-  void Colours(const Picture& picture, int y, int margin) {
+  // measured, so one weighted sum serves all kinds of pixel.
+  void Colours(const Picture& picture, int y) {
     const D d;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
     const auto one = hn::Set(d, 1), two = hn::Set(d, 2);
     const L *green = picture.green[y], *mid = picture.difference[y];
     const L *up = picture.difference[y - 1], *down = picture.difference[y + 1];
     L *own = picture.own[y], *other = picture.other[y];
-    for (int x = -margin; x < w + margin; x += n) {
+    for (int x = -4; x < w + 4; x += n) {
       const auto g = At(green, x);
       const auto own2 =
           hn::Add(hn::Add(At(mid, x - 1), At(mid, x + 1)), hn::ShiftLeft<1>(At(mid, x)));
@@ -171,6 +187,55 @@ class AhdWorker {
           hn::ShiftLeft<1>(hn::Add(At(up, x), At(down, x))));
       hn::StoreU(Clamped(hn::Add(g, hn::ShiftRight<1>(hn::Add(own2, one)))), d, own + x);
       hn::StoreU(Clamped(hn::Add(g, hn::ShiftRight<2>(hn::Add(other4, two)))), d, other + x);
+    }
+  }
+
+  void FinalColours(int y) {
+    if (ColourInEvenLanes(m_job, y))
+      FinalColoursOf<true>(y);
+    else
+      FinalColoursOf<false>(y);
+  }
+
+  // The same with limits, and without the outer two of four differences.
+  template <bool ColourIsEven>
+  HWY_INLINE void FinalColoursOf(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), w = m_job.region.width;
+    const auto one = hn::Set(d, 1);
+    const Picture& picture = m_selected;
+    const L *green = picture.green[y], *mid = picture.difference[y];
+    const L *up = picture.difference[y - 1], *down = picture.difference[y + 1];
+    const L *row = m_raw[y], *rowUp = m_raw[y - 1], *rowDown = m_raw[y + 1];
+    L *own = picture.own[y], *other = picture.other[y];
+    for (int x = -2; x < w + 1; x += n) {
+      const auto g = At(green, x);
+      const auto left = At(mid, x - 1), right = At(mid, x + 1);
+      const auto l = At(row, x - 1), r = At(row, x + 1);
+      const auto own2 = hn::Add(hn::Add(left, right), hn::ShiftLeft<1>(At(mid, x)));
+      const auto ownMean = hn::Add(g, hn::ShiftRight<1>(hn::Add(own2, one)));
+      hn::StoreU(
+          Clamped(Limited(ownMean, hn::Min(l, r), hn::Max(l, r), hn::Abs(hn::Sub(left, right)))), d,
+          own + x);
+      // Corners of the pixels that measure a colour; of the others above and below.
+      const auto a = At(up, x - 1), b = At(up, x + 1), e = At(down, x - 1), f = At(down, x + 1);
+      const auto lowA = hn::Min(a, f), highA = hn::Max(a, f);
+      const auto lowB = hn::Min(b, e), highB = hn::Max(b, e);
+      const auto above = At(up, x), below = At(down, x);
+      const auto other2 =
+          hn::Add(hn::Add(hn::Max(lowA, lowB), hn::Min(highA, highB)), hn::Add(above, below));
+      const auto otherMean = hn::Add(g, hn::ShiftRight<1>(hn::Add(other2, one)));
+      const auto doubt = hn::Add(hn::Sub(hn::Max(highA, highB), hn::Min(lowA, lowB)),
+                                 hn::Abs(hn::Sub(above, below)));
+      const auto u = At(rowUp, x), v = At(rowDown, x);
+      const auto ul = At(rowUp, x - 1), ur = At(rowUp, x + 1);
+      const auto dl = At(rowDown, x - 1), dr = At(rowDown, x + 1);
+      const auto atColour = [](auto corners, auto column) HWY_ATTR {
+        return ColourIsEven ? hn::OddEven(column, corners) : hn::OddEven(corners, column);
+      };
+      const auto low = atColour(hn::Min(hn::Min(ul, ur), hn::Min(dl, dr)), hn::Min(u, v));
+      const auto high = atColour(hn::Max(hn::Max(ul, ur), hn::Max(dl, dr)), hn::Max(u, v));
+      hn::StoreU(Clamped(Limited(otherMean, low, high, doubt)), d, other + x);
     }
   }
 
@@ -367,7 +432,7 @@ class AhdWorker {
   }
 
   const MosaicJob<T>& m_job;
-  LineRing<L, 8> m_raw;
+  LineRing<L, 16> m_raw;
   Direction m_h, m_v;  // interpolated along lines and along columns
   Lines m_preference;  // above zero where the former is the more homogeneous
   Picture m_selected;

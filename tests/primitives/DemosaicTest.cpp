@@ -62,8 +62,15 @@ class PlainDirectional {
     const auto sum = [&](int v) {
       return Difference(x - 1, v) + 2 * Difference(x, v) + Difference(x + 1, v);
     };
-    const int part = colour == lineColour ? (sum(y) + 1) >> 1 : (sum(y - 1) + sum(y + 1) + 2) >> 2;
-    return std::clamp(g + part, 0, Top());
+    if (colour == lineColour) return std::clamp(g + ((sum(y) + 1) >> 1), 0, Top());
+    if (ColourAt(m_grid, x, y) == 1) {
+      const int column = Difference(x, y - 1) + Difference(x, y + 1);
+      return std::clamp(g + ((column + 1) >> 1), 0, Top());
+    }
+    int corners[] = {Difference(x - 1, y - 1), Difference(x + 1, y - 1), Difference(x - 1, y + 1),
+                     Difference(x + 1, y + 1)};
+    std::sort(std::begin(corners), std::end(corners));
+    return std::clamp(g + ((corners[1] + corners[2] + 1) >> 1), 0, Top());
   }
 
  private:
@@ -82,14 +89,22 @@ class PlainDirectional {
   int Green(int x, int y) const {
     const int c = At(x, y);
     if (ColourAt(m_grid, x, y) == 1) return c;
-    const int bendH = 2 * c - At(x - 2, y) - At(x + 2, y),
-              bendV = 2 * c - At(x, y - 2) - At(x, y + 2);
-    const int h = std::abs(At(x - 1, y) - At(x + 1, y)) + std::abs(bendH);
-    const int v = std::abs(At(x, y - 1) - At(x, y + 1)) + std::abs(bendV);
-    const int alongH = 2 * (At(x - 1, y) + At(x + 1, y)) + bendH,
-              alongV = 2 * (At(x, y - 1) + At(x, y + 1)) + bendV;
-    const int chosen = h < v ? alongH : v < h ? alongV : (alongH + alongV) >> 1;
-    return std::clamp((chosen + 2) >> 2, 0, Top());
+    // Of the two greens and the two farther colours along a direction.
+    struct Way {
+      int g0, g1, far0, far1;
+    };
+    const Way h{At(x - 1, y), At(x + 1, y), At(x - 2, y), At(x + 2, y)};
+    const Way v{At(x, y - 1), At(x, y + 1), At(x, y - 2), At(x, y + 2)};
+    const auto bend = [c](const Way& w) { return 2 * c - w.far0 - w.far1; };
+    const auto change = [&](const Way& w) { return std::abs(w.g0 - w.g1) + std::abs(bend(w)); };
+    const Way& w = change(h) <= change(v) ? h : v;
+    int along = 2 * (w.g0 + w.g1) + bend(w);
+    // What lies beyond both greens comes back, as far as green and colour change unlike.
+    const int beyond =
+        along - std::clamp(along, 4 * std::min(w.g0, w.g1), 4 * std::max(w.g0, w.g1));
+    const int doubt = std::abs((w.far1 - w.far0) - 2 * (w.g1 - w.g0));
+    along -= std::clamp(beyond, -doubt, doubt);
+    return std::clamp((along + 2) >> 2, 0, Top());
   }
   int Difference(int x, int y) const { return At(x, y) - Green(x, y); }
 
@@ -132,7 +147,7 @@ TEST_P(Demosaicing, GivesTheSameBytesOnEveryInstructionSetAtEverySize) {
           if (function.bytes == 2) expected.push_back(uint8_t(value >> 8));
         }
       }
-      Targets::ForEach([&] {
+      Targets::ForEachWay([&] {
         uint8_t* dst = destination.Fill(3 * size);
         const int step = width * int(function.bytes);
         ASSERT_EQ(function(src, {0, 0, width, height}, {width, height}, step, dst, 3 * step, grid),

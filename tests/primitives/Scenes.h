@@ -54,9 +54,12 @@ inline Picture ZonePlate(int width, int height) {
   });
 }
 
-// Wedges and rings of different brightness and tint: edges in many directions, whose colours differ
-// as those of neighbouring things in photographs do.
-inline Picture ColourEdges(int width, int height) {
+// Wedges and rings with edges in many directions. Tinted, they differ in brightness and a little in
+// hue, as neighbouring things in photographs do; saturated, their colours have nothing to do with
+// each other.
+enum class Edges { Tinted, Saturated };
+
+inline Picture ColourEdges(int width, int height, Edges edges = Edges::Tinted) {
   return Render(width, height, [=](double x, double y, double* rgb) {
     const double cx = width / 2.0, cy = height / 2.0;
     const double angle = std::atan2(y - cy, x - cx);
@@ -64,8 +67,10 @@ inline Picture ColourEdges(int width, int height) {
     const int ring = int(std::hypot(x - cx, y - cy) / 23.7);
     const unsigned dice = unsigned(sector * 3 + ring * 5) * 2654435761u;
     const double brightness = 0.12 + 0.7 * (dice >> 8 & 255) / 255.0;
-    for (int c = 0; c < 3; ++c)
-      rgb[c] = brightness * (0.8 + 0.4 * (dice >> (10 + 5 * c) & 31) / 31.0);
+    for (int c = 0; c < 3; ++c) {
+      const double share = (dice >> (10 + 5 * c) & 31) / 31.0;
+      rgb[c] = edges == Edges::Tinted ? brightness * (0.8 + 0.4 * share) : 0.04 + 0.92 * share;
+    }
   });
 }
 
