@@ -29,6 +29,7 @@ struct Frame {
   uint16_t payloadType = static_cast<uint16_t>(GigEVision::PayloadType::Image);
   GigEVision::ImageFields image;
   CanvasState canvas;
+  const uint8_t* taken = nullptr;  // what `data` was copied from, where that cannot change
 
   // Filled by the streamer.
   uint64_t blockId = 0;  // 0: nothing in this slot

@@ -27,6 +27,9 @@ class FrameSource {
   // The frame with this number, from 0 on; usually asked for in order. An empty frame (no data)
   // stands for one that cannot be had and is left out. Never throws.
   virtual SourceFrame At(size_t index) = 0;
+  // Whether the bytes of a frame stay as they are and where they are: a camera need not take them
+  // again then.
+  virtual bool Immutable() const { return false; }
 };
 
 }  // namespace OrvexSim

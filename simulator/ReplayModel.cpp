@@ -70,7 +70,10 @@ void ReplayModel::Paint(uint64_t frameNumber, Frame& frame) {
   const SourceFrame source = m_source->At(frameNumber % m_source->Count());
   const size_t bytes = std::min(source.data.size(), m_source->LargestFrame());
   if (frame.data.size() < bytes) frame.data.resize(bytes);
-  std::copy_n(source.data.begin(), bytes, frame.data.begin());
+  const uint8_t* origin = m_source->Immutable() ? source.data.data() : nullptr;
+  if (origin == nullptr || frame.taken != origin || frame.imageBytes != bytes)
+    std::copy_n(source.data.begin(), bytes, frame.data.begin());
+  frame.taken = origin;
   frame.imageBytes = bytes;
   frame.payloadType = static_cast<uint16_t>(GigEVision::PayloadType::Image);
   frame.image = {source.pixelFormat, source.width,    source.height,  source.offsetX,
