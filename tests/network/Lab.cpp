@@ -132,6 +132,11 @@ double Child::CpuSeconds() const {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
+void Child::Kill() {
+  if (m_pid >= 0) kill(m_pid, SIGKILL);
+  End();
+}
+
 void Child::End() {
   if (m_pid < 0) return;
   m_control.Reset();

@@ -36,6 +36,8 @@ class Child {
   // Processor time that it has used so far.
   double CpuSeconds() const;
   void End();
+  // For one that never ends by itself.
+  void Kill();
 
  private:
   int m_pid = -1;

@@ -147,6 +147,7 @@ class PatternSource final : public OrvexSim::FrameSource {
       : m_width(width), m_height(height), m_bytes(Pattern(size_t{width} * height)) {}
   size_t Count() const override { return 1; }
   size_t LargestFrame() const override { return m_bytes.size(); }
+  bool Immutable() const override { return true; }
   OrvexSim::SourceFrame At(size_t) override {
     OrvexSim::SourceFrame frame;
     frame.pixelFormat = 0x01080001;  // Mono8
