@@ -282,11 +282,13 @@ void Builder::LinkDependents() {
         // The device may keep one register per selector value behind one address, so the registers
         // are void too.
         chain.assign(1, link.pTarget);
-        for (size_t i = 0; i < chain.size() && chain.size() < 64; ++i) {
+        for (size_t i = 0; i < chain.size(); ++i) {
           edges.push_back({index, {chain[i], sk_voidAll, sk_voidNothing, sk_voidNothing}});
           for (const Link& next : chain[i]->Links()) {
-            if (next.role == Element::pValue && next.pTarget != owner)
+            if (next.role == Element::pValue && next.pTarget != owner &&
+                chain.size() < sk_maxSelectedChain && edges.size() < sk_maxSelectedEdges) {
               chain.push_back(next.pTarget);
+            }
           }
         }
       }

@@ -74,6 +74,17 @@ unsigned Document::LineOf(pugi::xml_node element) const {
   return offset < 0 || m_lineEnds.empty() ? 0 : LineAt(static_cast<size_t>(offset));
 }
 
+// What the parser would take memory for is counted before it does. Elements have one or two
+// brackets.
+void Document::CheckSize() const {
+  const auto count = [&](char c) {
+    return static_cast<size_t>(std::count(m_text.begin(), m_text.end(), c));
+  };
+  if (count('<') > 2 * sk_maxXmlElements || count('=') > sk_maxXmlAttributes) {
+    Fail("there are too many elements", 0);
+  }
+}
+
 // Nothing but a byte-order mark may stand before the declaration, and blanks before the root
 // element.
 void Document::CheckProlog() const {
@@ -217,6 +228,7 @@ std::shared_ptr<Document> Document::Parse(std::string text) {
     if (buffer[last] != '>')
       document->Fail("the text ends inside or behind the root element", last);
   }
+  document->CheckSize();
   const pugi::xml_parse_result result =
       document->m_xml.load_buffer_inplace(buffer.data(), buffer.size(), sk_parseOptions);
   if (!result) {

@@ -25,6 +25,7 @@ class Document {
   std::string ToXml() const;
 
  private:
+  void CheckSize() const;
   void CheckProlog() const;
   void CheckReferences() const;
   void CheckTree();

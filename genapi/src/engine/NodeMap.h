@@ -127,7 +127,7 @@ class NodeMap final : public INodeMapDyn, public IDeviceInfo, public IDestroy, p
     ReadDepth& operator=(const ReadDepth&) = delete;
 
    private:
-    static constexpr uint32_t sk_maxReads = 1'000'000;
+    static constexpr uint32_t sk_maxReads = 300'000;
     const NodeMap& m_map;
   };
 
