@@ -131,28 +131,43 @@ Record DescribeImage(Orvex::IImage& image) {
   return record;
 }
 
-Rendered Render(Orvex::IImage& image) {
+OwnedImage ConvertImage(Orvex::IImage& image, std::uint64_t format,
+                        Orvex::_EBayerAlgorithm bayerAlgorithm) {
+  const std::size_t length = Orvex::ImageFactory::ConvertLen(&image, format);
+  OwnedImage converted(
+      Orvex::ImageFactory::CreateEmpty(length, image.GetWidth(), image.GetHeight(), format));
+  // The image is ours, so its bytes may be written.
+  OwnedImage(Orvex::ImageFactory::ConvertShallow(const_cast<std::uint8_t*>(converted->GetData()),
+                                                 length, &image, format, bayerAlgorithm));
+  return converted;
+}
+
+Rendered Render(Orvex::IImage& image, Orvex::_EBayerAlgorithm bayerAlgorithm) {
   Rendered rendered;
   rendered.format = PictureFormatFor(image.GetPixelFormat());
+  // Colour of 16 bits is always made directionally.
+  if (bayerAlgorithm != Orvex::DirectionalInterpolation && rendered.format == Orvex::RGB16 &&
+      image.GetPixelFormat() != Orvex::RGB16)
+    rendered.format = Orvex::RGB8;
   const PlainFormat& plain = *FindPlain(rendered.format);
   if (rendered.format == image.GetPixelFormat()) {
     rendered.picture = PictureOver(image, plain, image.GetPaddingX());
     return rendered;
   }
   const OwnedImage tight = image.GetPaddingX() != 0 ? WithoutPadding(image) : OwnedImage();
-  rendered.owned.reset(Orvex::ImageFactory::Convert(tight ? tight.get() : &image, rendered.format));
+  rendered.owned = ConvertImage(tight ? *tight : image, rendered.format, bayerAlgorithm);
   rendered.picture = PictureOver(*rendered.owned, plain, 0);
   return rendered;
 }
 
-std::string SaveImage(const std::filesystem::path& name, Orvex::IImage& image,
-                      const Record& facts) {
+std::string SaveImage(const std::filesystem::path& name, Orvex::IImage& image, const Record& facts,
+                      Orvex::_EBayerAlgorithm bayerAlgorithm) {
   const PictureKind kind = KindOf(name);
   if (kind == PictureKind::Raw) {
     WriteRaw(name, {image.GetData(), image.GetSizeFilled()}, facts);
     return FormatName(image.GetPixelFormat());
   }
-  const Rendered rendered = Render(image);
+  const Rendered rendered = Render(image, bayerAlgorithm);
   (kind == PictureKind::Png ? WritePng : WriteTiff)(name, rendered.picture);
   return FormatName(rendered.format);
 }

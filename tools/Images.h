@@ -37,10 +37,16 @@ struct Rendered {
   Picture picture;
   std::uint64_t format = 0;
 };
-Rendered Render(Orvex::IImage& image);
+Rendered Render(Orvex::IImage& image,
+                Orvex::_EBayerAlgorithm bayerAlgorithm = Orvex::DirectionalInterpolation);
+
+// The image in another format, 0 where the conversion leaves bytes unwritten.
+OwnedImage ConvertImage(Orvex::IImage& image, std::uint64_t format,
+                        Orvex::_EBayerAlgorithm bayerAlgorithm);
 
 // Writes one image in the kind that the name's ending says; `facts` go beside raw bytes. Returns
 // the name of the pixel format that the file holds.
-std::string SaveImage(const std::filesystem::path& name, Orvex::IImage& image, const Record& facts);
+std::string SaveImage(const std::filesystem::path& name, Orvex::IImage& image, const Record& facts,
+                      Orvex::_EBayerAlgorithm bayerAlgorithm = Orvex::DirectionalInterpolation);
 
 }  // namespace OrvexTools

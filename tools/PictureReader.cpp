@@ -135,9 +135,16 @@ LoadedPicture ReadTiff(const std::filesystem::path& name) {
   return picture;
 }
 
+constexpr const char* sk_noFacts =
+    "it does not tell width, height and pixel_format as `orvex grab` writes them";
+
+std::filesystem::path FactsBeside(std::filesystem::path name) {
+  name += ".json";
+  return name;
+}
+
 LoadedPicture ReadRaw(const std::filesystem::path& name) {
-  std::filesystem::path factsName = name;
-  factsName += ".json";
+  const std::filesystem::path factsName = FactsBeside(name);
   std::ifstream factsFile(factsName);
   if (!factsFile)
     Refuse(factsName, "raw bytes need the facts beside them, as `orvex grab` writes them");
@@ -148,22 +155,39 @@ LoadedPicture ReadRaw(const std::filesystem::path& name) {
     picture.height = facts.at("height").get<std::uint64_t>();
     picture.format = facts.at("pixel_format").get<std::string>();
     if (facts.value("padding_x", 0) != 0) Refuse(name, "its rows are padded");
-  } catch (const Record::exception& error) {
-    Refuse(factsName, error.what());
+  } catch (const Record::exception&) {
+    Refuse(factsName, sk_noFacts);
   }
   CheckSize(name, picture.width, picture.height, 1);
-  std::ifstream file(name, std::ios::binary | std::ios::ate);
-  if (!file) Refuse(name, std::strerror(errno));
-  const auto size = static_cast<std::uint64_t>(file.tellg());
-  if (size > sk_maxPictureBytes) Refuse(name, "it is too large");
-  picture.bytes.resize(size);
-  file.seekg(0);
-  file.read(reinterpret_cast<char*>(picture.bytes.data()), static_cast<std::streamsize>(size));
-  if (!file) Refuse(name, "it ends too early");
+  picture.bytes = ReadBytes(name, sk_maxPictureBytes);
   return picture;
 }
 
 }  // namespace
+
+std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& name, std::uint64_t most) {
+  if (std::filesystem::is_directory(name)) Refuse(name, "it is a folder");
+  std::ifstream file(name, std::ios::binary | std::ios::ate);
+  if (!file) Refuse(name, std::strerror(errno));
+  const auto size = static_cast<std::uint64_t>(file.tellg());
+  if (size > most) Refuse(name, "it is too large");
+  std::vector<std::uint8_t> bytes(size);
+  file.seekg(0);
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
+  if (!file) Refuse(name, "it ends too early");
+  return bytes;
+}
+
+std::string FormatBeside(const std::filesystem::path& name) {
+  const std::filesystem::path factsName = FactsBeside(name);
+  std::ifstream factsFile(factsName);
+  if (!factsFile) return {};
+  try {
+    return Record::parse(factsFile).at("pixel_format").get<std::string>();
+  } catch (const Record::exception&) {
+    Refuse(factsName, sk_noFacts);
+  }
+}
 
 LoadedPicture ReadPicture(const std::filesystem::path& name) {
   switch (KindOf(name)) {

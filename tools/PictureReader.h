@@ -22,6 +22,13 @@ struct LoadedPicture {
   std::vector<std::uint8_t> bytes;
 };
 
+// A whole file, of at most that many bytes. Throws Failure when it cannot be read.
+std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& name, std::uint64_t most);
+
+// The name of the pixel format that the JSON file beside raw bytes tells, empty when there is no
+// such file. Throws Failure when it is there but tells nothing.
+std::string FormatBeside(const std::filesystem::path& name);
+
 // By the name's ending. Throws Misuse for an unknown ending and Failure for a file that cannot be
 // read.
 LoadedPicture ReadPicture(const std::filesystem::path& name);

@@ -17,12 +17,13 @@ namespace OrvexTools {
 namespace {
 
 constexpr auto sk_addCommands = {
-    &AddListCommand,    &AddInfoCommand,    &AddFeaturesCommand, &AddGetCommand,
-    &AddSetCommand,     &AddExecuteCommand, &AddGrabCommand,     &AddStreamCommand,
-    &AddSaveCommand,    &AddLoadCommand,    &AddConvertCommand,  &AddForceIpCommand,
-    &AddChunksCommand,  &AddEventsCommand,  &AddActionCommand,   &AddSendCommand,
-    &AddReceiveCommand, &AddRecordCommand,  &AddReplayCommand,   &AddBenchCommand,
-    &AddDoctorCommand,  &AddSimCommand,
+    &AddListCommand,       &AddInfoCommand,         &AddFeaturesCommand,   &AddGetCommand,
+    &AddSetCommand,        &AddExecuteCommand,      &AddGrabCommand,       &AddStreamCommand,
+    &AddSaveCommand,       &AddLoadCommand,         &AddConvertCommand,    &AddLutCommand,
+    &AddSelectBitsCommand, &AddDeinterleaveCommand, &AddDecompressCommand, &AddForceIpCommand,
+    &AddChunksCommand,     &AddEventsCommand,       &AddActionCommand,     &AddSendCommand,
+    &AddReceiveCommand,    &AddRecordCommand,       &AddReplayCommand,     &AddBenchCommand,
+    &AddDoctorCommand,     &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

@@ -47,6 +47,41 @@ class PreviewPane {
   std::ptrdiff_t m_lines = 0;
 };
 
+// What a frame shows: its own image, or the one that its compressed stream holds.
+struct Shown {
+  explicit Shown(Orvex::IBuffer& frame)
+      : pImage(frame.AsImage()), pCompressed(frame.AsCompressedImage()) {
+    if (frame.IsIncomplete()) {
+      pImage = nullptr;
+    } else if (pCompressed != nullptr) {
+      decompressed.reset(Orvex::ImageFactory::DecompressImage(pCompressed));
+      pImage = decompressed.get();
+    }
+  }
+
+  Record Describe() const {
+    Record row = DescribeImage(*pImage);
+    if (pCompressed == nullptr) return row;
+    row["frame_id"] = pCompressed->GetFrameId();
+    row["pixel_format"] = FormatName(pCompressed->GetPixelFormat());
+    row["pixel_format_code"] = fmt::format("0x{:08X}", pCompressed->GetPixelFormat());
+    row["bytes"] = pCompressed->GetSizeFilled();
+    row["timestamp_ns"] = pCompressed->GetTimestampNs();
+    return row;
+  }
+
+  std::string Save(const std::filesystem::path& name, const Record& facts) const {
+    if (pCompressed == nullptr || KindOf(name) != PictureKind::Raw)
+      return SaveImage(name, *pImage, facts);
+    WriteRaw(name, {pCompressed->GetData(), pCompressed->GetSizeFilled()}, facts);
+    return FormatName(pCompressed->GetPixelFormat());
+  }
+
+  Orvex::IImage* pImage;  // null when there is nothing to show
+  Orvex::ICompressedImage* pCompressed;
+  OwnedImage decompressed;
+};
+
 void RunGrab(const Options& options, const Output& output) {
   if (!options.file.empty()) KindOf(options.file);
   if (options.preview && output.json)
@@ -67,8 +102,8 @@ void RunGrab(const Options& options, const Output& output) {
     const Frame frame = NextFrame(camera, stream, patience);
     if (!frame)
       throw Failure(fmt::format("interrupted after {} of {} frames", rows.size(), options.count));
-    Orvex::IImage* pImage = frame->AsImage();
-    if (pImage == nullptr || frame->IsIncomplete()) {
+    const Shown shown(*frame);
+    if (shown.pImage == nullptr) {
       // A bad network delivers nothing else; then it is better to say so than to go on for ever.
       if (++skipped > 20 + options.count) {
         throw Failure(fmt::format(
@@ -77,16 +112,16 @@ void RunGrab(const Options& options, const Output& output) {
       }
       continue;
     }
-    Record row = DescribeImage(*pImage);
+    Record row = shown.Describe();
     row["camera"] = camera.Facts().serial;
     row["model"] = camera.Facts().model;
     if (!options.file.empty()) {
       const auto name = NumberedName(options.file, rows.size(), options.count);
       const Record facts = row;
       row["file"] = name.string();
-      row["saved_as"] = SaveImage(name, *pImage, facts);
+      row["saved_as"] = shown.Save(name, facts);
     }
-    if (options.preview) pane.Show(*pImage);
+    if (options.preview) pane.Show(*shown.pImage);
     rows.push_back(std::move(row));
   }
   stream.Stop();
