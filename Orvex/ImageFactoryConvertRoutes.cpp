@@ -67,6 +67,8 @@ void Demosaic(const ConvertJob& job, IppiBayerGrid grid, const uint8_t* pSrc,
       }
       return;
     case AdaptiveHomogeneityDirected: {
+      // A line without end in an image without lines must not ask for the room of thirty.
+      if (job.Pixels() == 0) ThrowConversionError(job.kernel);
       const int tmpStep = (width + 6) * int(sizeof(T));
       const auto tmp = AllocateBytes(size_t(tmpStep) * 30);
       T* pTmp = reinterpret_cast<T*>(tmp.get());

@@ -3,6 +3,7 @@
 // if not, and what comes out.
 #include <Base/GCException.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstring>
@@ -464,6 +465,25 @@ TEST_F(Convert, StaysInsideImagesThatEndWithinAByte) {
       }
     }
   }
+}
+
+TEST_F(Convert, AsksForNoRoomForLinesThatAreNotThere) {
+  // As a camera may announce it; the process has less memory than 30 such lines.
+  const uint8_t byte = 0;
+  Image source;
+  FrameCells::FillImageProps(&source, &byte, 0, 200'000'000, 0, BayerRG8);
+#ifndef ORVEX_SANITIZED  // sanitizers take all addresses that there are
+  rlimit before{};
+  getrlimit(RLIMIT_AS, &before);
+  const rlimit small{rlim_t(5) << 30, before.rlim_max};
+  setrlimit(RLIMIT_AS, &small);
+#endif
+  const std::string message =
+      MessageOf([&] { Owned(ImageFactory::Convert(&source, BGRa8, AdaptiveHomogeneityDirected)); });
+#ifndef ORVEX_SANITIZED
+  setrlimit(RLIMIT_AS, &before);
+#endif
+  EXPECT_EQ(message, "RuntimeException: Conversion error (ImageFactoryConvert.cpp, fromBayer8)");
 }
 
 TEST_F(Convert, RefusesSizesThatTheArithmeticCannotHold) {
