@@ -94,6 +94,18 @@ class ORVEX_API ImageFactory {
   static ICompressedImage* CopyCompressedImage(ICompressedImage* pImage);
 
   /// The image in another pixel format.
+  ///
+  /// The Mono..., PolarizeMono..., Bayer..., RGB..., BGR..., YCbCr... and YUV... formats that have
+  /// layout functions or a descriptor (PixelFormat.h) convert into each other, except into Bayer.
+  /// Among Mono of 10 to 16 bits, and from Bayer of 10 to 16 bits into Mono of no less and into
+  /// RGB16 and BGR16, the samples keep their depth; all else goes through 8 bits. From Bayer to
+  /// Mono and to 16-bit colour the interpolation is always directional.
+  ///
+  /// Widening from 8 bits puts the sample on top and does not touch what lies below: the low byte
+  /// of each Mono16 sample, the two low bytes of each 24-bit sample, the middle byte of each group
+  /// of ...10Packed and ...12Packed. In the same way the last pixels may stay untouched when
+  /// Mono10Packed (up to three) or Mono12Packed (one) become Mono8. In a buffer of the caller those
+  /// bytes stay what they were; in a new image their values are not defined.
   /// @param pImage The image.
   /// @param pixelFormat The format wanted.
   /// @param bayerAlgorithm How Bayer pixels become colour.
@@ -169,6 +181,18 @@ class ORVEX_API ImageFactory {
   static IImage* ProcessSoftwareLUT(IImage* pImage, const uint8_t* pLut, size_t lutLength);
 
   /// The image that a compressed image holds.
+  ///
+  /// QOI_RGB8, QOI_BGR8 and the QOI_YCbCr8 formats hold streams of the published format with three
+  /// channels, whose order is kept. QOI_Mono8 and QOI_Bayer... hold streams of one channel: the
+  /// published header with 1 as its channel count and the published end padding, between them
+  /// chunks. The two top bits of a chunk's first byte tell its kind, the six low bits are n, sums
+  /// wrap at 256, and the pixel before the first one is 0:
+  /// - 00: n = d + 32; one pixel, the previous one plus d.
+  /// - 01: n + 1 bytes follow; each is a pixel.
+  /// - 10: n + 1 bytes follow; each is two pixels: the previous one plus the high four bits minus
+  /// 8,
+  ///   then that one plus the low four bits minus 8.
+  /// - 11: nothing follows; n + 1 times the previous pixel.
   /// @param pImage An image of a QOI_... format.
   /// @return The new image, in the format without "QOI_".
   /// @throws GenICam::RuntimeException for another format and when the data are no valid stream.
