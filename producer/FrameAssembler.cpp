@@ -59,7 +59,8 @@ FrameAssembler::Slot* FrameAssembler::FindSlot(uint64_t blockId) {
 int64_t FrameAssembler::Ahead(uint64_t blockId, bool extendedIds) const {
   if (extendedIds) return static_cast<int64_t>(blockId - m_newest);
   // 65535 ids, 0 is left out.
-  int64_t distance = static_cast<int64_t>(blockId) - static_cast<int64_t>(m_newest);
+  int64_t distance =
+      static_cast<int64_t>(blockId & 0xFFFF) - static_cast<int64_t>(m_newest & 0xFFFF);
   if (distance > 32767) distance -= 65535;
   if (distance < -32767) distance += 65535;
   return distance;

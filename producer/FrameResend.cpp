@@ -109,7 +109,8 @@ uint32_t FrameAssembler::Missing(const Slot& slot, uint32_t first, uint32_t last
 bool FrameAssembler::InResendWindow(const Slot& slot) const {
   if (!m_settings.resend) return false;
   if (m_settings.resendWindow == 0) return true;
-  return -Ahead(slot.id, slot.extendedIds) < static_cast<int64_t>(m_settings.resendWindow);
+  const auto window = std::min<uint64_t>(m_settings.resendWindow, INT64_MAX);
+  return Ahead(slot.id, slot.extendedIds) > -static_cast<int64_t>(window);
 }
 
 bool FrameAssembler::Hopeless(const Slot& slot, bool newest, Clock::time_point now) const {
