@@ -32,8 +32,8 @@ class Frames : public ScriptedTest {
            (pBuffer->AsCompressedImage() ? "Z" : "-");
   }
 
-  // A camera with one chunk node.
-  void DescribeChunks() {
+  // A camera with one chunk node, below the given root.
+  void DescribeChunks(const std::string& root = "ChunkDataControl") {
     auto& remote = m_world.Camera().remote;
     remote.portName = "Device";
     remote.xml =
@@ -43,10 +43,14 @@ class Frames : public ScriptedTest {
         "ProductGuid=\"8A2E4A02-4E2B-4C5C-9F5D-0C6A6C3F7E11\" "
         "VersionGuid=\"3D2B9C9A-7C4C-4F0E-8F43-52C1E5D0B0A2\" "
         "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">"
-        "<Category Name=\"Root\"><pFeature>ChunkDataControl</pFeature>"
+        "<Category Name=\"Root\"><pFeature>" +
+        root +
+        "</pFeature>"
         "<pFeature>PayloadSize</pFeature><pFeature>TLParamsLocked</pFeature>"
         "<pFeature>AcquisitionStart</pFeature><pFeature>AcquisitionStop</pFeature></Category>"
-        "<Category Name=\"ChunkDataControl\"><pFeature>ChunkWidth</pFeature></Category>"
+        "<Category Name=\"" +
+        root +
+        "\"><pFeature>ChunkWidth</pFeature></Category>"
         "<Integer Name=\"PayloadSize\"><Value>32</Value></Integer>"
         "<Integer Name=\"TLParamsLocked\"><Value>0</Value></Integer>"
         "<Integer Name=\"Executed\"><Value>0</Value></Integer>"
@@ -139,21 +143,24 @@ TEST_F(Frames, AreHandedBackByAnyOfTheirViews) {
 }
 
 TEST_F(Frames, GiveTheirChunksToTheDevicesOwnNodesAndToTheFrames) {
-  DescribeChunks();
-  OpenAndStart();
-  m_world.CameraStream().Deliver({{GenTL::BUFFER_INFO_PAYLOADTYPE, 16385},
-                                  {GenTL::BUFFER_INFO_DATA_SIZE, m_chunkFrame.size()},
-                                  {GenTL::BUFFER_INFO_SIZE_FILLED, m_chunkFrame.size()}},
-                                 m_chunkFrame);
-  IBuffer* pBuffer = m_pCamera->GetBuffer(10);
-  GenApi::CIntegerPtr pOwn = m_pCamera->GetNodeMap()->GetNode("ChunkWidth");
-  EXPECT_EQ(pOwn->GetValue(), 8);
-  GenApi::CIntegerPtr pOfFrame = pBuffer->AsChunkData()->GetChunk("ChunkWidth");
-  ASSERT_TRUE(pOfFrame.IsValid());
-  EXPECT_EQ(pOfFrame->GetValue(), 8);
-  m_pCamera->RequeueBuffer(pBuffer);
-  m_pCamera->StopStream();
-  EXPECT_FALSE(GenApi::IsReadable(*pOwn));  // the frame's memory is gone
+  for (const std::string root : {"ChunkDataControl", "ChunkData", "Elsewhere"}) {
+    SCOPED_TRACE(root);
+    Restart();
+    DescribeChunks(root);
+    OpenAndStart();
+    m_world.CameraStream().Deliver({{GenTL::BUFFER_INFO_PAYLOADTYPE, 16385},
+                                    {GenTL::BUFFER_INFO_DATA_SIZE, m_chunkFrame.size()},
+                                    {GenTL::BUFFER_INFO_SIZE_FILLED, m_chunkFrame.size()}},
+                                   m_chunkFrame);
+    IBuffer* pBuffer = m_pCamera->GetBuffer(10);
+    GenApi::CIntegerPtr pOwn = m_pCamera->GetNodeMap()->GetNode("ChunkWidth");
+    EXPECT_EQ(pOwn->GetValue(), 8);
+    GenApi::CIntegerPtr pOfFrame = pBuffer->AsChunkData()->GetChunk("ChunkWidth");
+    EXPECT_EQ(pOfFrame.IsValid() ? pOfFrame->GetValue() : -1, root == "Elsewhere" ? -1 : 8);
+    m_pCamera->RequeueBuffer(pBuffer);
+    m_pCamera->StopStream();
+    EXPECT_FALSE(GenApi::IsReadable(*pOwn));  // the frame's memory is gone
+  }
 }
 
 TEST_F(Frames, WithoutChunkLayoutAreDeliveredAllTheSame) {

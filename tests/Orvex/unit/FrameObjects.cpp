@@ -24,6 +24,7 @@ class CountingStream : public TLDataStream {
                                 GenTL::INFO_DATATYPE* pType, void* pBuffer,
                                 size_t* pSize) override {
     ++asked[command];
+    order.push_back(command);
     if (command == failing) return GenTL::GC_ERR_INVALID_BUFFER;
     *pType = GenTL::INFO_DATATYPE_UNKNOWN;
     if (command == GenTL::BUFFER_INFO_BASE) {
@@ -40,6 +41,7 @@ class CountingStream : public TLDataStream {
   Bytes data = RandomBytes(64);
   std::map<GenTL::BUFFER_INFO_CMD, uint64_t> answers;
   std::map<GenTL::BUFFER_INFO_CMD, int> asked;
+  std::vector<GenTL::BUFFER_INFO_CMD> order;
   std::map<GenTL::BUFFER_INFO_CMD, size_t> sizes;
   GenTL::BUFFER_INFO_CMD failing = -1;
 };
@@ -172,6 +174,27 @@ TEST_F(FrameObjects, PassTheirFactsOnToTheImagesMadeOfThem) {
     EXPECT_TRUE(made->HasImageData());
     EXPECT_TRUE(made->DataLargerThanBuffer());
   }
+}
+
+TEST_F(FrameObjects, AreCopiedFactByFact) {
+  const std::vector<GenTL::BUFFER_INFO_CMD> ofBuffer = {9, 27, 1, 0, 30, 19, 7, 16, 17, 29};
+  auto ofImage = ofBuffer, ofCompressed = ofBuffer;
+  for (const int command : {10, 11, 12, 13, 20, 14, 15, 26, 28}) ofImage.push_back(command);
+  for (const int command : {20, 28}) ofCompressed.push_back(command);
+  const auto expectOrder = [this]<typename Frame>(Frame* pFrame, const auto& expected) {
+    m_stream.order.clear();
+    Frame copy(pFrame);
+    EXPECT_EQ(m_stream.order, expected);
+    delete[] copy.GetData();  // which a frame's end leaves to the factory
+  };
+  Buffer buffer(&m_stream, m_hBuffer);
+  Image image(&m_stream, m_hBuffer);
+  CompressedImage compressed(&m_stream, m_hBuffer);
+  ImageExtendedChunk both(&m_stream, m_hBuffer, nullptr);
+  expectOrder(&buffer, ofBuffer);
+  expectOrder(&image, ofImage);
+  expectOrder(&compressed, ofCompressed);
+  expectOrder(&both, ofImage);
 }
 
 TEST_F(FrameObjects, OfADeviceAreNotDestroyedByTheFactory) {
