@@ -9,8 +9,11 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "ImageFactory.h"
@@ -484,6 +487,39 @@ TEST_F(Convert, AsksForNoRoomForLinesThatAreNotThere) {
   setrlimit(RLIMIT_AS, &before);
 #endif
   EXPECT_EQ(message, "RuntimeException: Conversion error (ImageFactoryConvert.cpp, fromBayer8)");
+}
+
+TEST_F(Convert, KeepsItsScratchRoomAndOnlyLetsItGrow) {
+  const auto poolA = [] {
+    const std::lock_guard lock(g_factoryMutex);
+    return std::pair(g_pPoolA, g_poolSizeA);
+  };
+  const auto demosaic = [](int width, int height) {
+    Run(BayerRG8, RGB16, width, height, Noise(size_t(width * height), 8));
+  };
+  CloseImageFactory();
+  OpenImageFactory();
+  demosaic(40, 30);
+  const auto first = poolA();
+  EXPECT_EQ(first.second, 40u * 30 * 3);
+  demosaic(40, 30);
+  demosaic(20, 10);
+  EXPECT_EQ(poolA(), first);
+  demosaic(50, 30);
+  EXPECT_EQ(poolA().second, 50u * 30 * 3);
+}
+
+TEST_F(Convert, ServesManyThreadsAtOnce) {
+  const std::pair<PfncFormat_, PfncFormat_> pairs[] = {
+      {BayerRG8, BGRa8}, {BayerGB12p, RGB16}, {Mono10p, Mono12p}, {RGB8, YCbCr411_8}};
+  std::vector<std::jthread> threads;
+  for (const auto& [from, to] : pairs) {
+    threads.emplace_back([from = from, to = to] {
+      const Bytes data = Noise(64 * 32 * GetBitsPerPixel(from) / 8, unsigned(from));
+      const Bytes first = Run(from, to, 64, 32, data);
+      for (int i = 0; i < 20; ++i) EXPECT_EQ(Run(from, to, 64, 32, data), first);
+    });
+  }
 }
 
 TEST_F(Convert, RefusesSizesThatTheArithmeticCannotHold) {
