@@ -229,44 +229,92 @@ uint8_t* EncodeColour(const uint8_t* pIn, size_t pixels, uint8_t* p) {
 
 // ---- Grey --------------------------------------------------------------------------------------
 
-// False when the chunks end before the pixels do, or hold more than the image.
+// Sixteen pixels at once. What is too much of them, and of the copies of whole chunks, lands in the
+// room behind the last pixel or is overwritten by the next chunk.
+using Pixels = uint8_t __attribute__((vector_size(16)));
+using Halves = uint64_t __attribute__((vector_size(16)));
+constexpr size_t sk_greyRoom = sk_maxGreyCount;
+
+// Each byte plus all before it.
+Pixels Summed(Pixels v) {
+  const Pixels zero = {};
+  v += __builtin_shufflevector(zero, v, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29,
+                               30);
+  v += __builtin_shufflevector(zero, v, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28,
+                               29);
+  v += __builtin_shufflevector(zero, v, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26,
+                               27);
+  v += __builtin_shufflevector(zero, v, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
+                               23);
+  return v;
+}
+
+// Writes `count` (1 to 16) pixels, each the one before plus its difference; returns the last.
+[[gnu::always_inline]] inline uint8_t PutDifferences(Pixels differences, size_t count,
+                                                     uint8_t pixel, uint8_t* pOut) {
+  const Pixels sums = Summed(differences), pixels = sums + pixel;
+  std::memcpy(pOut, &pixels, sizeof pixels);
+  // Not read back from the pixels: the next chunk would wait for their store.
+  const auto halves = reinterpret_cast<Halves>(sums);
+  const size_t last = count - 1;
+  return static_cast<uint8_t>(pixel + ((last < 8 ? halves[0] : halves[1]) >> last % 8 * 8));
+}
+
+Pixels Bytes8(uint64_t bytes) {
+  return reinterpret_cast<Pixels>(Halves{bytes, 0});
+}
+
+// False when the chunks end before the pixels do, or hold more than the image. Behind the chunks
+// stands the padding, so eight bytes may be read wherever a chunk has one; behind the pixels there
+// is sk_greyRoom.
 bool DecodeGrey(Chunks chunks, uint8_t* pOut, uint8_t* const pOutEnd) {
+  static_assert(sizeof(uint64_t) <= Qoi::sk_paddingSize);
   const uint8_t* p = chunks.p;
   uint8_t pixel = 0;
   while (pOut < pOutEnd) {
     if (p >= chunks.pEnd) return false;
-    const uint8_t tag = *p++;
+    const auto room = static_cast<size_t>(pOutEnd - pOut);
+    uint64_t next;
+    std::memcpy(&next, p, sizeof next);
+    const auto tag = static_cast<uint8_t>(next);
+    if ((tag & sk_tagMask) == sk_greyDiff) {
+      // As many differences as follow each other.
+      const uint64_t others = next & 0x0101010101010101u * sk_tagMask;
+      const size_t follow = others ? static_cast<size_t>(__builtin_ctzll(others)) / 8 : 8;
+      const size_t count = std::min({follow, room, static_cast<size_t>(chunks.pEnd - p)});
+      pixel = PutDifferences(Bytes8(next) - uint8_t{32}, count, pixel, pOut);
+      pOut += count;
+      p += count;
+      continue;
+    }
+    ++p;
     const size_t count = (tag & sk_countMask) + size_t{1};
     const auto bytes = static_cast<size_t>(chunks.pEnd - p);
-    const auto room = static_cast<size_t>(pOutEnd - pOut);
     switch (tag & sk_tagMask) {
-      case sk_greyDiff:
-        pixel = static_cast<uint8_t>(pixel + (tag & sk_countMask) - 32);
-        *pOut++ = pixel;
-        break;
       case sk_greyLiteral:
         if (count > bytes || count > room) return false;
-        std::memcpy(pOut, p, count);
+        std::memcpy(pOut, p, bytes >= sk_maxGreyCount ? sk_maxGreyCount : count);
         p += count;
         pOut += count;
-        pixel = pOut[-1];
+        pixel = p[-1];
         break;
       case sk_greyPairs:
         if (count > bytes || count * 2 > room) return false;
-        for (size_t i = 0; i < count; ++i) {
-          const uint8_t pair = p[i];
-          const auto first = static_cast<uint8_t>(pixel + (pair >> 4) - 8);
-          // Both from the one before, so that the second does not wait for the first.
-          pixel = static_cast<uint8_t>(pixel + (pair >> 4) + (pair & 15) - 16);
-          pOut[0] = first;
-          pOut[1] = pixel;
-          pOut += 2;
+        for (size_t i = 0; i < count; i += 8) {
+          std::memcpy(&next, p + i, sizeof next);
+          const Pixels high = Bytes8(next >> 4 & 0x0F0F0F0F0F0F0F0Fu);
+          const Pixels low = Bytes8(next & 0x0F0F0F0F0F0F0F0Fu);
+          const Pixels pairs = __builtin_shufflevector(high, low, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20,
+                                                       5, 21, 6, 22, 7, 23);
+          const size_t pixels = std::min<size_t>(count - i, 8) * 2;
+          pixel = PutDifferences(pairs - uint8_t{8}, pixels, pixel, pOut);
+          pOut += pixels;
         }
         p += count;
         break;
       default:
         if (count > room) return false;
-        std::memset(pOut, pixel, count);
+        std::memset(pOut, pixel, sk_maxGreyCount);
         pOut += count;
         break;
     }
@@ -412,7 +460,7 @@ uint8_t* qoi_grey_decode(const void* pData, int size, qoi_desc* pDesc, int chann
   if (!pDesc || (channels != 0 && channels != 1)) return nullptr;
   if (!OpenStream(pData, size, &desc, chunks) || desc.channels != 1) return nullptr;
   const size_t outSize = size_t{desc.width} * desc.height;
-  Bytes pixels = Allocate(outSize);
+  Bytes pixels = Allocate(outSize + sk_greyRoom);
   if (!pixels || !DecodeGrey(chunks, pixels.get(), pixels.get() + outSize)) return nullptr;
   *pDesc = desc;
   return pixels.release();
