@@ -54,6 +54,8 @@ void AreaModel::AddFormatFeatures(CameraCore& camera) {
 
 void AreaModel::AddFeatures(CameraCore& camera) {
   RegionModel::AddFeatures(camera);
+  m_tone.AddAnalogFeatures(camera.Features());
+  m_tone.AddLutFeatures(camera.Features());
   m_gain = &camera.F("Gain");
   m_exposure = &camera.F("ExposureTime");
 }
@@ -79,6 +81,7 @@ void AreaModel::TakeSettings() {
       m_exposure->Real() / sk_nominalExposure * std::pow(10.0, m_gain->Real() / 20);
   m_settings.pattern = static_cast<TestPattern>(m_pattern->Int());
   m_settings.format = PaintedFormat();
+  m_settings.tone = m_tone.Table();
   m_fields = LeaderFields();
 }
 

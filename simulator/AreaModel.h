@@ -27,6 +27,7 @@ class AreaModel : public RegionModel {
   Feature* m_pattern = nullptr;
   Feature* m_exposure = nullptr;
   Feature* m_gain = nullptr;
+  Tone m_tone;
   PaintSettings m_settings;  // taken under the lock, used by the streaming thread
   GigEVision::ImageFields m_fields;
   // Streaming thread only.

@@ -64,13 +64,13 @@ void CameraCore::AddBootstrapRegisters() {
   map.AddWord(B::sk_ipCapability, Constant(sk_ipSupported));
   map.AddWord(B::sk_ipConfiguration, Value(network.configuration), [this](uint32_t value) {
     network.configuration = (value & sk_ipSupported) | B::sk_ipLinkLocal;
-    return Status::Success;
+    return KeepState();
   });
   map.AddWord(B::sk_currentIp, Value(network.ip));
   map.AddWord(B::sk_currentSubnetMask, Value(network.mask));
   map.AddWord(B::sk_currentGateway, Value(network.gateway));
-  text(B::sk_manufacturerName, B::sk_manufacturerNameSize, [] { return std::string("Orvex"); });
-  text(B::sk_modelName, B::sk_modelNameSize, [this] { return m_model->Name(); });
+  text(B::sk_manufacturerName, B::sk_manufacturerNameSize, [this] { return m_vendorName; });
+  text(B::sk_modelName, B::sk_modelNameSize, [this] { return m_modelName; });
   text(B::sk_deviceVersion, B::sk_deviceVersionSize, [] { return std::string("1.0.0"); });
   text(B::sk_manufacturerInfo, B::sk_manufacturerInfoSize,
        [] { return std::string("virtual camera"); });
@@ -79,16 +79,20 @@ void CameraCore::AddBootstrapRegisters() {
       B::sk_userName, B::sk_userNameSize, [this] { return m_userName; },
       [this](std::string name) {
         m_userName = std::move(name);
-        return Status::Success;
+        return KeepState();
       });
   text(B::sk_firstUrl, B::sk_urlSize, [this] { return m_url; });
   text(B::sk_secondUrl, B::sk_urlSize, [] { return std::string(); });
   map.AddWord(B::sk_interfaceCount, Constant(1));
-  map.AddWord(B::sk_persistentIp, Value(network.persistentIp), Keep(network.persistentIp));
-  map.AddWord(B::sk_persistentSubnetMask, Value(network.persistentMask),
-              Keep(network.persistentMask));
-  map.AddWord(B::sk_persistentGateway, Value(network.persistentGateway),
-              Keep(network.persistentGateway));
+  const auto persistent = [&](uint32_t address, uint32_t& place) {
+    map.AddWord(address, Value(place), [this, &place](uint32_t value) {
+      place = value;
+      return KeepState();
+    });
+  };
+  persistent(B::sk_persistentIp, network.persistentIp);
+  persistent(B::sk_persistentSubnetMask, network.persistentMask);
+  persistent(B::sk_persistentGateway, network.persistentGateway);
   map.AddWord(B::sk_linkSpeed, Constant(sk_linkSpeedMbit));
   map.AddReservedArea(B::sk_version, B::sk_userName + B::sk_userNameSize);
   map.AddReservedArea(B::sk_interfaceCount, B::sk_linkSpeed + 4);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/CameraCore.h"
 
+#include <bit>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -8,8 +9,10 @@
 
 #include "gigevision/Bootstrap.h"
 #include "gigevision/XmlUrl.h"
+#include "simulator/ForeignDescription.h"
 #include "simulator/Limits.h"
 #include "simulator/Network.h"
+#include "simulator/StateFile.h"
 #include "simulator/Zip.h"
 
 namespace OrvexSim {
@@ -57,6 +60,7 @@ CameraCore::CameraCore(CameraOptions options)
 
   m_model = MakeModel(m_options);
   if (!m_model) throw std::invalid_argument("unknown camera model '" + m_options.model + "'");
+  m_modelName = m_model->Name();
   m_features.SetLock([this] { return TransportLocked(); });
   AddBootstrapRegisters();
   AddDeviceFeatures();
@@ -66,6 +70,7 @@ CameraCore::CameraCore(CameraOptions options)
   m_files.AddFeatures(m_features);
   m_eventNotification = &F("EventNotification");
   AddTransportFeatures();
+  AddDerivedNodes();
   AddSimulatorFeatures();
   if (m_options.descriptionFile.empty()) {
     m_features.Build(m_registers, sk_featureBase);
@@ -79,6 +84,7 @@ CameraCore::CameraCore(CameraOptions options)
   m_registers.Seal();
   ApplySettings();
   m_userSets.assign(3, FeatureValues::Of(m_features.Features()));
+  if (!m_options.stateFile.empty()) RestoreState();
 }
 
 CameraCore::~CameraCore() = default;
@@ -86,7 +92,7 @@ CameraCore::~CameraCore() = default;
 void CameraCore::BuildDescription() {
   DescriptionHead head;
   head.modelName = "VirtualCamera";
-  head.vendorName = "Orvex";
+  head.vendorName = m_vendorName;
   head.toolTip = m_model->Name();
   head.productGuid = "5D9A1E0C-3F64-4B7E-9C51-7A0E62D4B810";
   head.versionGuid = "A1C7F3B2-0D58-4E96-8B23-15E94F6D7C02";
@@ -104,24 +110,35 @@ void CameraCore::LoadDescription() {
   }
   m_description.assign(bytes.begin(), bytes.end());
   ServeArchive(std::move(bytes), path.substr(path.find_last_of('/') + 1), sk_foreignArchiveBase);
-  const auto page = [this](uint32_t address) -> uint8_t* {
-    const auto it = m_pages.find(address / sk_pageBytes);
-    return it == m_pages.end() ? nullptr : it->second.get() + address % sk_pageBytes;
-  };
   m_registers.SetBacking(
-      [page](uint32_t address, std::span<uint8_t> out) {
-        const uint8_t* bytes = page(address);
-        for (size_t i = 0; i < out.size(); ++i) out[i] = bytes == nullptr ? uint8_t{0} : bytes[i];
-        return Status::Success;
-      },
-      [this, page](uint32_t address, std::span<const uint8_t> in) {
-        if (page(address) == nullptr) {
-          if (m_pages.size() >= sk_foreignMemoryPages) return Status::InvalidAddress;
-          m_pages[address / sk_pageBytes] = std::make_unique<uint8_t[]>(sk_pageBytes);
-        }
-        std::copy(in.begin(), in.end(), page(address));
-        return Status::Success;
-      });
+      [this](uint32_t address, std::span<uint8_t> out) { return ReadPlain(address, out); },
+      [this](uint32_t address, std::span<const uint8_t> in) { return WritePlain(address, in); });
+  const ForeignDescription foreign(m_description);
+  if (!foreign.VendorName().empty()) m_vendorName = foreign.VendorName();
+  if (!foreign.ModelName().empty()) m_modelName = foreign.ModelName();
+  BindForeign(foreign);
+}
+
+Status CameraCore::ReadPlain(uint32_t address, std::span<uint8_t> out) const {
+  for (uint8_t& byte : out) {
+    const auto it = m_pages.find(address / sk_pageBytes);
+    byte = it == m_pages.end() ? uint8_t{0} : it->second[address % sk_pageBytes];
+    ++address;
+  }
+  return Status::Success;
+}
+
+Status CameraCore::WritePlain(uint32_t address, std::span<const uint8_t> in) {
+  for (const uint8_t byte : in) {
+    auto it = m_pages.find(address / sk_pageBytes);
+    if (it == m_pages.end()) {
+      if (m_pages.size() >= sk_foreignMemoryPages) return Status::InvalidAddress;
+      it = m_pages.emplace(address / sk_pageBytes, std::make_unique<uint8_t[]>(sk_pageBytes)).first;
+    }
+    it->second[address % sk_pageBytes] = byte;
+    ++address;
+  }
+  return Status::Success;
 }
 
 void CameraCore::ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base) {
@@ -193,13 +210,6 @@ size_t CameraCore::PayloadSize() const {
   return BytesWithChunks(TakeChunkPlan(m_features), m_model->PayloadBytes());
 }
 
-ChunkPlan CameraCore::TakeChunks() const {
-  ChunkPlan plan = TakeChunkPlan(m_features);
-  plan.exposure = F("ExposureTime").Real();
-  if (const Feature* gain = m_features.Find("Gain")) plan.gain = gain->Real();
-  return plan;
-}
-
 void CameraCore::StartAcquisition() {
   if (acquisition.active) return;
   const int64_t mode = F("AcquisitionMode").Int();
@@ -235,6 +245,7 @@ void CameraCore::QueueEvent(DeviceEvent event) {
 }
 
 void CameraCore::Notify(EventKind kind, uint64_t blockId, uint64_t timestamp) {
+  if (F("CounterEventSource").Int() == static_cast<int64_t>(kind) + 1) ++m_counter;
   if (message.port == 0 || !m_eventNotification->Bool(static_cast<size_t>(kind))) return;
   std::vector<uint8_t> data(8);
   GigEVision::StoreBe64(data.data(), blockId);
@@ -266,7 +277,34 @@ void CameraCore::LoadUserSet(int64_t index) {
 Status CameraCore::SaveUserSet(int64_t index) {
   if (index == 0) return Status::AccessDenied;  // the factory values stay
   m_userSets.at(static_cast<size_t>(index)) = FeatureValues::Of(m_features.Features());
-  return Status::Success;
+  return KeepState();
+}
+
+void CameraCore::RestoreState() {
+  CameraState state;
+  if (!ReadState(m_options.stateFile, state)) return;
+  for (size_t i = 0; i < state.userSets.size() && i + 1 < m_userSets.size(); ++i)
+    m_userSets[i + 1].Take(state.userSets[i], m_features.Features());
+  if (m_options.userName.empty()) m_userName = state.userName.substr(0, B::sk_userNameSize);
+  network.configuration = (state.ipConfiguration & B::sk_ipPersistent) | network.configuration;
+  network.persistentIp = state.persistentIp;
+  network.persistentMask = state.persistentMask;
+  network.persistentGateway = state.persistentGateway;
+  if (IsError(F("UserSetDefault").SetInt(state.defaultSet)) || state.defaultSet == 0) return;
+  LoadUserSet(state.defaultSet);
+  ApplySettings();  // what was asked for now counts more
+}
+
+Status CameraCore::KeepState() {
+  if (m_options.stateFile.empty()) return Status::Success;
+  const CameraState state{{m_userSets.begin() + 1, m_userSets.end()},
+                          m_userName,
+                          F("UserSetDefault").Int(),
+                          network.configuration,
+                          network.persistentIp,
+                          network.persistentMask,
+                          network.persistentGateway};
+  return WriteState(m_options.stateFile, state) ? Status::Success : Status::LocalProblem;
 }
 
 void CameraCore::ResetDevice() {
@@ -282,11 +320,33 @@ void CameraCore::ApplySettings() {
   for (const auto& [name, value] : m_options.settings) SetFeature(name, value);
 }
 
-void CameraCore::SetFeature(const std::string& name, const std::string& value) {
+Feature& CameraCore::Named(const std::string& name) const {
   Feature* feature = m_features.Find(name);
   if (feature == nullptr) throw std::invalid_argument("the camera has no feature '" + name + "'");
-  if (IsError(feature->SetFromText(value)))
+  return *feature;
+}
+
+void CameraCore::SetFeature(const std::string& name, const std::string& value) {
+  Feature& feature = Named(name);
+  Status status = feature.SetFromText(value);
+  if (const uint32_t mask = feature.BootstrapMask(); mask != 0 && !IsError(status)) {
+    uint32_t word = 0;
+    m_registers.ReadWord(feature.Address(), word);
+    const auto bits = static_cast<uint32_t>(feature.Int()) << std::countr_zero(mask);
+    status = m_registers.WriteWord(feature.Address(), (word & ~mask) | (bits & mask));
+  }
+  if (IsError(status))
     throw std::invalid_argument("'" + value + "' cannot be the value of " + name);
+}
+
+std::string CameraCore::GetFeature(const std::string& name) {
+  Feature& feature = Named(name);
+  if (const uint32_t mask = feature.BootstrapMask(); mask != 0) {
+    uint32_t word = 0;
+    m_registers.ReadWord(feature.Address(), word);
+    feature.Force((word & mask) >> std::countr_zero(mask));
+  }
+  return feature.ToText();
 }
 
 }  // namespace OrvexSim

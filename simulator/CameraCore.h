@@ -24,6 +24,8 @@
 
 namespace OrvexSim {
 
+class ForeignDescription;
+
 using Clock = std::chrono::steady_clock;
 
 struct Endpoint {
@@ -83,6 +85,8 @@ struct DeviceEvent {
   std::vector<uint8_t> data;
 };
 
+inline constexpr int64_t sk_firstActionTrigger = 2, sk_lineTrigger = 6;  // of TriggerSource
+
 class CameraCore {
  public:
   // Throws std::invalid_argument for an unknown model, an address that is none of this machine, or
@@ -107,6 +111,7 @@ class CameraCore {
   std::vector<AddressRange> deniedRegisters, slowRegisters;
   ActionState action;
   AcquisitionState acquisition;
+  bool exposing = false;
   Clock::time_point silentUntil;        // neither hears nor says anything before
   std::optional<uint32_t> nextAddress;  // the control thread is to move there
   // Counted since the camera was made; any thread.
@@ -129,12 +134,12 @@ class CameraCore {
   std::deque<DeviceEvent> TakeEvents();
   // With all checks of a write from the host. Throws std::invalid_argument.
   void SetFeature(const std::string& name, const std::string& value);
+  std::string GetFeature(const std::string& name);
   void CloseControl();  // the owner left or fell silent
   Status WriteCcp(uint32_t value);
   std::string Serial() const { return m_serial; }
   const std::string& Description() const { return m_description; }  // immutable
   size_t PayloadSize() const;
-  ChunkPlan TakeChunks() const;
   void LoadUserSet(int64_t index);
   Status SaveUserSet(int64_t index);
   void ResetDevice();
@@ -155,7 +160,11 @@ class CameraCore {
 
  private:
   void AddDeviceFeatures();      // CoreFeatures.cpp: identity, user sets, acquisition
+  void AddInputFeatures();       // InputFeatures.cpp: lines, counter, timer, sequencer
+  void SetLine(bool level);      // of Line0
+  uint32_t LineStatus() const;   // bit 0 is Line0
   void AddPtpFeatures();         // TransportFeatures.cpp
+  void AddDerivedNodes();        // DerivedNodes.cpp
   void AddSimulatorFeatures();   // CoreFeatures.cpp
   void AddTransportFeatures();   // TransportFeatures.cpp
   void AddBootstrapRegisters();  // BootstrapRegisters.cpp
@@ -163,8 +172,16 @@ class CameraCore {
   void AddTcpRegisters();
   void BuildDescription();
   void LoadDescription();
+  Feature& Named(const std::string& name) const;
+  struct ForeignField;  // ForeignCamera.cpp
+  void BindForeign(const ForeignDescription& foreign);
+  void AddForeignRegister(std::vector<ForeignField> fields);
+  Status ReadPlain(uint32_t address, std::span<uint8_t> out) const;
+  Status WritePlain(uint32_t address, std::span<const uint8_t> in);
   void ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);
   void ApplySettings();
+  void RestoreState();
+  Status KeepState();  // an error when the file cannot be written
   Status WriteScps(uint32_t value);
   void EnablePtp(bool on);
   uint32_t PtpState() const;
@@ -176,6 +193,7 @@ class CameraCore {
   std::unique_ptr<Model> m_model;
   FeatureTable m_features;
   RegisterMap m_registers;
+  std::string m_vendorName = "Orvex", m_modelName;
   std::string m_serial, m_userName, m_url, m_description;
   std::vector<uint8_t> m_archive;
   std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> m_pages;  // behind a foreign description
@@ -189,6 +207,14 @@ class CameraCore {
   Feature* m_tlParamsLocked = nullptr;
   Feature* m_eventNotification = nullptr;
   uint64_t m_testEvents = 0;
+  bool m_line = false;
+  uint32_t m_counter = 0;
+  struct PtpData {
+    int64_t offset = 0, delay = 0;  // ns
+    bool slave = false;
+  };
+  PtpData MeasurePtp() const;
+  PtpData m_ptpData;  // as latched
 };
 
 }  // namespace OrvexSim

@@ -31,6 +31,9 @@ struct CameraOptions {
   std::string descriptionFile;
   // A folder of PNG or TIFF pictures that the models area and qoi look at in place of the chart.
   std::string pictures;
+  // A file that keeps user sets, the user-defined name and the persistent address while the camera
+  // is off; made when something is to be kept. Empty: they are forgotten.
+  std::string stateFile;
   // Frames to be replayed in place of the model's.
   std::shared_ptr<FrameSource> source;
   // Start values of any features, by name, as texts: {"SimDropRate", "1"}.

@@ -9,29 +9,69 @@
 
 #include "gigevision/Chunk.h"
 #include "simulator/Feature.h"
+#include "simulator/PixelFormat.h"
 
 namespace OrvexSim {
 namespace {
 
 using GigEVision::sk_chunkTailSize;
 
+struct ChunkRow {
+  ChunkKind kind;
+  const char* name;  // entry of ChunkSelector; the feature is "Chunk" and this
+  uint32_t id;
+  uint32_t length;                                         // 0: the image's
+  uint64_t (*value)(const ChunkPlan& plan, const Frame&);  // sent in `length` bytes
+  const char* docu;
+};
+
+using Plan = const ChunkPlan&;
+using Of = const Frame&;
+
+uint64_t Real(double value) {
+  return std::bit_cast<uint64_t>(value);
+}
+uint64_t Crc(Plan, Of frame) {
+  return crc32(0, frame.data.data(), static_cast<uInt>(frame.imageBytes));
+}
+uint64_t Brightest(Plan, Of frame) {
+  const PixelFormat* format = FindPixelFormat(frame.image.pixelFormat);
+  return (uint64_t{1} << (format == nullptr ? 8 : format->bits)) - 1;
+}
+uint64_t Pitch(Plan, Of frame) {
+  return frame.image.sizeY == 0 ? 0 : frame.imageBytes / frame.image.sizeY;
+}
+
 // clang-format off
 constexpr ChunkRow sk_chunks[] = {
-    {ChunkKind::Image,         "Image",         0x00C10000, 0, "The image itself."},
-    {ChunkKind::OffsetX,       "OffsetX",       0x00C10001, 4, "Column of the sensor at which the image begins."},
-    {ChunkKind::OffsetY,       "OffsetY",       0x00C10002, 4, "Row of the sensor at which the image begins."},
-    {ChunkKind::Width,         "Width",         0x00C10003, 4, "Columns of the image."},
-    {ChunkKind::Height,        "Height",        0x00C10004, 4, "Rows of the image."},
-    {ChunkKind::PixelFormat,   "PixelFormat",   0x00C10005, 4, "Format of the image."},
-    {ChunkKind::Timestamp,     "Timestamp",     0x00C10006, 8, "Start of the exposure, by the camera's clock."},
-    {ChunkKind::FrameID,       "FrameID",       0x00C10007, 8, "Block id of the frame."},
-    {ChunkKind::ExposureTime,  "ExposureTime",  0x00C10008, 8, "Exposure of the image."},
-    {ChunkKind::Gain,          "Gain",          0x00C10009, 8, "Gain of the image."},
-    {ChunkKind::LineStatusAll, "LineStatusAll", 0x00C1000A, 4, "State of all lines at the exposure."},
-    {ChunkKind::Crc,           "CRC",           0x00C1000B, 4, "CRC-32 of the image."},
+    {ChunkKind::Image,         "Image",         0x00C10000, 0, nullptr, "The image itself."},
+    {ChunkKind::OffsetX,       "OffsetX",       0x00C10001, 4, [](Plan, Of f) { return uint64_t{f.image.offsetX}; }, "Column of the sensor at which the image begins."},
+    {ChunkKind::OffsetY,       "OffsetY",       0x00C10002, 4, [](Plan, Of f) { return uint64_t{f.image.offsetY}; }, "Row of the sensor at which the image begins."},
+    {ChunkKind::Width,         "Width",         0x00C10003, 4, [](Plan, Of f) { return uint64_t{f.image.sizeX}; }, "Columns of the image."},
+    {ChunkKind::Height,        "Height",        0x00C10004, 4, [](Plan, Of f) { return uint64_t{f.image.sizeY}; }, "Rows of the image."},
+    {ChunkKind::PixelFormat,   "PixelFormat",   0x00C10005, 4, [](Plan, Of f) { return uint64_t{f.image.pixelFormat}; }, "Format of the image."},
+    {ChunkKind::Timestamp,     "Timestamp",     0x00C10006, 8, [](Plan, Of f) { return f.timestamp; }, "Start of the exposure, by the camera's clock."},
+    {ChunkKind::FrameID,       "FrameID",       0x00C10007, 8, [](Plan, Of f) { return f.blockId; }, "Block id of the frame."},
+    {ChunkKind::ExposureTime,  "ExposureTime",  0x00C10008, 8, [](Plan p, Of) { return Real(p.exposure); }, "Exposure of the image."},
+    {ChunkKind::Gain,          "Gain",          0x00C10009, 8, [](Plan p, Of) { return Real(p.gain); }, "Gain of the image."},
+    {ChunkKind::LineStatusAll, "LineStatusAll", 0x00C1000A, 4, [](Plan p, Of) { return uint64_t{p.lineStatus}; }, "State of all lines at the exposure."},
+    {ChunkKind::Crc,           "CRC",           0x00C1000B, 4, &Crc, "CRC-32 of the image."},
+    {ChunkKind::LinePitch,     "LinePitch",     0x00C1000C, 4, &Pitch, "Bytes from row to row."},
+    {ChunkKind::PixelDynamicRangeMin, "PixelDynamicRangeMin", 0x00C1000D, 4, [](Plan, Of) { return uint64_t{0}; }, "Smallest value of a sample."},
+    {ChunkKind::PixelDynamicRangeMax, "PixelDynamicRangeMax", 0x00C1000E, 4, &Brightest, "Largest value of a sample."},
+    {ChunkKind::BinningHorizontal, "BinningHorizontal", 0x00C1000F, 4, [](Plan p, Of) { return uint64_t{p.binningX}; }, "Columns that made one column."},
+    {ChunkKind::BinningVertical,   "BinningVertical",   0x00C10010, 4, [](Plan p, Of) { return uint64_t{p.binningY}; }, "Rows that made one row."},
+    {ChunkKind::BlackLevel,    "BlackLevel",    0x00C10011, 8, [](Plan p, Of) { return Real(p.blackLevel); }, "Black level of the image."},
+    {ChunkKind::CounterValue,  "CounterValue",  0x00C10012, 4, [](Plan p, Of) { return uint64_t{p.counter}; }, "Value of the counter at the exposure."},
+    {ChunkKind::SequencerSetActive, "SequencerSetActive", 0x00C10013, 4, [](Plan, Of) { return uint64_t{0}; }, "Sequencer set of the image."},
 };
 // clang-format on
 static_assert(std::size(sk_chunks) == static_cast<size_t>(ChunkKind::Count));
+
+constexpr bool IsReal(ChunkKind kind) {
+  return kind == ChunkKind::ExposureTime || kind == ChunkKind::Gain ||
+         kind == ChunkKind::BlackLevel;
+}
 
 size_t Padded(size_t bytes) {
   return (bytes + 3) / 4 * 4;
@@ -43,49 +83,10 @@ std::string Hex8(uint32_t value) {
   return text;
 }
 
-void PutValue(const ChunkPlan& plan, const Frame& frame, ChunkKind kind, uint8_t* out) {
-  switch (kind) {
-    case ChunkKind::OffsetX:
-      GigEVision::StoreBe32(out, frame.image.offsetX);
-      break;
-    case ChunkKind::OffsetY:
-      GigEVision::StoreBe32(out, frame.image.offsetY);
-      break;
-    case ChunkKind::Width:
-      GigEVision::StoreBe32(out, frame.image.sizeX);
-      break;
-    case ChunkKind::Height:
-      GigEVision::StoreBe32(out, frame.image.sizeY);
-      break;
-    case ChunkKind::PixelFormat:
-      GigEVision::StoreBe32(out, frame.image.pixelFormat);
-      break;
-    case ChunkKind::Timestamp:
-      GigEVision::StoreBe64(out, frame.timestamp);
-      break;
-    case ChunkKind::FrameID:
-      GigEVision::StoreBe64(out, frame.blockId);
-      break;
-    case ChunkKind::ExposureTime:
-      GigEVision::StoreBe64(out, std::bit_cast<uint64_t>(plan.exposure));
-      break;
-    case ChunkKind::Gain:
-      GigEVision::StoreBe64(out, std::bit_cast<uint64_t>(plan.gain));
-      break;
-    case ChunkKind::Crc:
-      GigEVision::StoreBe32(out, static_cast<uint32_t>(crc32(0, frame.data.data(),
-                                                             static_cast<uInt>(frame.imageBytes))));
-      break;
-    default:
-      GigEVision::StoreBe32(out, 0);
-      break;
-  }
-}
-
 // The node of one chunk with its register and port; `type` is Integer or Float.
 std::string ChunkNode(const ChunkRow& row, const FeatureTable& table) {
   const std::string name = "Chunk" + std::string(row.name);
-  const bool real = row.kind == ChunkKind::ExposureTime || row.kind == ChunkKind::Gain;
+  const bool real = IsReal(row.kind);
   const bool enumeration = row.kind == ChunkKind::PixelFormat;
   const std::string node = real ? "Float" : enumeration ? "Enumeration" : "Integer";
   std::string xml = "  <" + node + " Name=\"" + name + "\" NameSpace=\"" +
@@ -115,10 +116,6 @@ std::string ChunkNode(const ChunkRow& row, const FeatureTable& table) {
 
 }  // namespace
 
-std::span<const ChunkRow> AllChunks() {
-  return sk_chunks;
-}
-
 size_t BytesWithChunks(const ChunkPlan& plan, size_t imageBytes) {
   if (!plan.active) return imageBytes;
   size_t bytes = 0;
@@ -142,7 +139,12 @@ uint32_t AppendChunks(const ChunkPlan& plan, Frame& frame) {
       std::fill(frame.data.begin() + static_cast<ptrdiff_t>(frame.imageBytes),
                 frame.data.begin() + static_cast<ptrdiff_t>(length), uint8_t{0});
     } else {
-      PutValue(plan, frame, row.kind, &frame.data[at]);
+      const uint64_t value = row.value(plan, frame);
+      if (row.length == 8) {
+        GigEVision::StoreBe64(&frame.data[at], value);
+      } else {
+        GigEVision::StoreBe32(&frame.data[at], static_cast<uint32_t>(value));
+      }
     }
     GigEVision::EncodeChunkTail(
         std::span<uint8_t, sk_chunkTailSize>(&frame.data[at + length], sk_chunkTailSize), row.id,
@@ -151,13 +153,25 @@ uint32_t AppendChunks(const ChunkPlan& plan, Frame& frame) {
     layout = layout * 31 + row.id;
   }
   frame.size = size;
-  frame.payloadType = static_cast<uint16_t>(frame.payloadType | GigEVision::sk_payloadChunkMode);
+  frame.payloadType =
+      plan.payloadType != 0
+          ? plan.payloadType
+          : static_cast<uint16_t>(frame.payloadType | GigEVision::sk_payloadChunkMode);
   return layout;
 }
 
 void AddChunkFeatures(FeatureTable& t) {
   t.Category("ChunkDataControl", "Values sent with each frame.");
   t.Boolean("ChunkModeActive").Locked().Docu("Whether frames carry chunks.");
+  t.Enumeration(
+       "SimChunkPayload",
+       {{"ChunkMode", 0},
+        {"ChunkData", static_cast<int64_t>(GigEVision::PayloadType::Chunk)},
+        {"ExtendedChunkData", static_cast<int64_t>(GigEVision::PayloadType::ExtendedChunk)}})
+      .Custom()
+      .Guru()
+      .Locked()
+      .Docu("Payload type of frames with chunks: the usual one, or those of older cameras.");
   std::vector<EnumEntry> entries;
   for (const ChunkRow& row : sk_chunks)
     entries.push_back({row.name, static_cast<int64_t>(row.kind)});
@@ -181,8 +195,23 @@ void AddChunkFeatures(FeatureTable& t) {
 ChunkPlan TakeChunkPlan(const FeatureTable& table) {
   ChunkPlan plan;
   plan.active = table.Find("ChunkModeActive")->Bool();
+  plan.payloadType = static_cast<uint16_t>(table.Find("SimChunkPayload")->Int());
   const Feature& enable = *table.Find("ChunkEnable");
   for (size_t i = 0; i < std::size(sk_chunks); ++i) plan.enabled |= enable.Bool(i) ? 1u << i : 0u;
+  const auto real = [&](const char* name, double& value) {
+    if (const Feature* feature = table.Find(name)) value = feature->Real();
+  };
+  const auto number = [&](const char* name, uint32_t& value) {
+    if (const Feature* feature = table.Find(name)) value = static_cast<uint32_t>(feature->Int());
+  };
+  if (!plan.active) return plan;
+  real("ExposureTime", plan.exposure);
+  real("Gain", plan.gain);
+  real("BlackLevel", plan.blackLevel);
+  number("LineStatusAll", plan.lineStatus);
+  number("CounterValue", plan.counter);
+  number("BinningHorizontal", plan.binningX);
+  number("BinningVertical", plan.binningY);
   return plan;
 }
 

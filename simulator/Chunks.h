@@ -25,22 +25,24 @@ enum class ChunkKind : uint8_t {
   Gain,
   LineStatusAll,
   Crc,
+  LinePitch,
+  PixelDynamicRangeMin,
+  PixelDynamicRangeMax,
+  BinningHorizontal,
+  BinningVertical,
+  BlackLevel,
+  CounterValue,
+  SequencerSetActive,
   Count,
 };
 
-struct ChunkRow {
-  ChunkKind kind;
-  const char* name;  // entry of ChunkSelector; the feature is "Chunk" and this
-  uint32_t id;
-  uint32_t length;  // 0: the image's
-  const char* docu;
-};
-std::span<const ChunkRow> AllChunks();
-
+// What is known of a frame besides its picture.
 struct ChunkPlan {
   bool active = false;
   uint32_t enabled = 0;  // bit for each kind
-  double exposure = 0, gain = 0;
+  uint16_t payloadType = 0;
+  double exposure = 0, gain = 0, blackLevel = 0;
+  uint32_t lineStatus = 0, counter = 0, binningX = 1, binningY = 1;
   bool Has(ChunkKind kind) const { return (enabled >> static_cast<uint32_t>(kind) & 1) != 0; }
 };
 
@@ -52,7 +54,7 @@ uint32_t AppendChunks(const ChunkPlan& plan, Frame& frame);
 
 // The rows of ChunkDataControl.
 void AddChunkFeatures(FeatureTable& table);
-// The features' present state, without the values.
+// The features' present state.
 ChunkPlan TakeChunkPlan(const FeatureTable& table);
 
 }  // namespace OrvexSim

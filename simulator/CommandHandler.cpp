@@ -273,9 +273,8 @@ void CommandHandler::Action(const CommandPacket& packet, Reply& reply) {
 
 // Called with the camera's lock held.
 void CommandHandler::FireAction(uint32_t signals) {
-  const int64_t source = m_camera.F("TriggerSource").Int();  // Action0 is 2, Action1 is 3
-  if ((source == 2 && (signals & 1) != 0) || (source == 3 && (signals & 2) != 0))
-    m_camera.Trigger();
+  const int64_t action = m_camera.F("TriggerSource").Int() - sk_firstActionTrigger;
+  if (action >= 0 && action < 4 && (signals >> action & 1) != 0) m_camera.Trigger();
 }
 
 void CommandHandler::RunScheduledActions() {

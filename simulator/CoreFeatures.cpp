@@ -67,7 +67,7 @@ void CameraCore::AddDeviceFeatures() {
   t.String("DeviceUserID", 16)
       .Transient()
       .GetText([this] { return m_userName; })
-      .OnSetText([this](const std::string& name) { return m_userName = name, Status::Success; })
+      .OnSetText([this](const std::string& name) { return m_userName = name, KeepState(); })
       .Docu("Name that the user gave the camera.");
   t.Integer("DeviceSFNCVersionMajor")
       .ReadOnly()
@@ -144,6 +144,7 @@ void CameraCore::AddDeviceFeatures() {
       .Expert()
       .Unit("C")
       .Volatile()
+      .Polled(1000)
       .RealRange(-40, 120)
       .GetReal([this] {
         return Temperature(Now(), F("DeviceTemperatureSelector").Int() == 0 ? 42.0 : 38.5);
@@ -207,14 +208,22 @@ void CameraCore::AddDeviceFeatures() {
       .DefaultReal(m_options.frameRate)
       .Docu("Frames a second; longer exposure or a full link lower the rate reached.");
   t.Enumeration("TriggerSelector", {{"FrameStart", 0}})
-      .Selects({"TriggerMode", "TriggerSource", "TriggerSoftware"})
+      .Selects(
+          {"TriggerMode", "TriggerSource", "TriggerActivation", "TriggerSoftware", "TriggerDelay"})
       .Docu("Trigger that the following features set.");
   t.Enumeration("TriggerMode", {{"Off", 0}, {"On", 1}})
       .Then([this] { m_changed.notify_all(); })
       .Docu("Whether each frame waits for a trigger.");
-  t.Enumeration("TriggerSource",
-                {{"Software", 0}, {"Timer0End", 1}, {"Action0", 2}, {"Action1", 3}})
+  t.Enumeration("TriggerSource", {{"Software", 0},
+                                  {"Timer0End", 1},
+                                  {"Action0", 2},
+                                  {"Action1", 3},
+                                  {"Action2", 4},
+                                  {"Action3", 5},
+                                  {"Line0", sk_lineTrigger}})
       .Docu("Where triggers come from.");
+  t.Enumeration("TriggerActivation", {{"RisingEdge", 0}, {"FallingEdge", 1}, {"AnyEdge", 2}})
+      .Docu("Edge of the line that triggers.");
   t.Command("TriggerSoftware")
       .AvailableIf([this] { return F("TriggerMode").Bool() && F("TriggerSource").Int() == 0; })
       .DependsOn({"TriggerMode", "TriggerSource"})
@@ -228,17 +237,7 @@ void CameraCore::AddDeviceFeatures() {
       .DefaultReal(2000)
       .Docu("Length of the exposure.");
 
-  t.Category("CounterAndTimerControl", "Timers.");
-  t.Enumeration("TimerSelector", {{"Timer0", 0}})
-      .Expert()
-      .Selects({"TimerDuration"})
-      .Docu("Timer that is set.");
-  t.Float("TimerDuration")
-      .Expert()
-      .Unit("us")
-      .RealRange(100, 1e8)
-      .DefaultReal(100000)
-      .Docu("The timer runs again and again; its end can trigger frames.");
+  AddInputFeatures();
 
   t.Category("TestControl", "Checks of the connection.");
   t.Integer("TestPendingAck")
@@ -274,7 +273,10 @@ void CameraCore::AddDeviceFeatures() {
   t.Command("UserSetSave")
       .OnSet([this](int64_t, size_t) { return SaveUserSet(F("UserSetSelector").Int()); })
       .Docu("Keeps the present values in the selected set; Default cannot be changed.");
-  t.Enumeration("UserSetDefault", sets).Transient().Docu("User set that counts after a reset.");
+  t.Enumeration("UserSetDefault", sets)
+      .Transient()
+      .Then([this] { KeepState(); })
+      .Docu("User set that counts after a reset.");
 }
 
 void CameraCore::AddSimulatorFeatures() {
@@ -297,6 +299,12 @@ void CameraCore::AddSimulatorFeatures() {
             "separated by commas.");
   registers("SimSlowRegisters", slowRegisters,
             "Registers that take SimSlowTime to answer, listed likewise.");
+  t.Boolean("SimLine0")
+      .Custom()
+      .Expert()
+      .Transient()
+      .OnSet([this](int64_t level, size_t) { return SetLine(level != 0), Status::Success; })
+      .Docu("Level that is put on the input Line0.");
   const auto counter = [&](const char* name, const std::atomic<uint64_t>& count, const char* docu) {
     t.Integer(name)
         .Custom()

@@ -129,6 +129,7 @@ void DescriptionPrinter::PrintRegister(const Feature& feature) {
                       (!computed || !feature.m_dependsOn.empty() || feature.m_mask != 0 ||
                        feature.m_access == Feature::Access::ReadOnly);
   Element("Cachable", std::string(cached ? "WriteThrough" : "NoCache"));
+  if (feature.m_pollingMs != 0) Element("PollingTime", feature.m_pollingMs);
   if (masked) {
     // The description counts bits of big-endian registers from the most significant one.
     const int msb = std::countl_zero(feature.m_mask);

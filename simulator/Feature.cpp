@@ -65,6 +65,10 @@ Feature& Feature::Volatile() {
   return m_volatile = true, *this;
 }
 
+Feature& Feature::Polled(int64_t milliseconds) {
+  return m_pollingMs = milliseconds, *this;
+}
+
 Feature& Feature::DependsOn(std::initializer_list<const char*> features) {
   m_dependsOn.insert(m_dependsOn.end(), features.begin(), features.end());
   return *this;
@@ -160,17 +164,20 @@ bool Feature::Stored() const {
   return m_access == Access::ReadWrite && !m_transient && !computed && m_kind != Kind::Bytes;
 }
 
+bool Feature::Allows(int64_t value) const {
+  if (m_kind == Kind::Enumeration) {
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [&](const EnumEntry& entry) { return entry.value == value; });
+  }
+  return value >= m_min && value <= m_max && (value - m_min) % m_increment == 0;
+}
+
 Status Feature::SetInt(int64_t value, size_t index) {
   if (!Writable()) return Status::WriteProtect;
   if (m_available && !m_available()) return Status::AccessDenied;
   if (m_lockHolds && m_lockHolds()) return Status::AccessDenied;
-  if (m_kind == Kind::Enumeration) {
-    const bool known = std::any_of(m_entries.begin(), m_entries.end(),
-                                   [&](const EnumEntry& entry) { return entry.value == value; });
-    if (!known) return Status::InvalidParameter;
-  } else if (value < m_min || value > MaxInt() || (value - m_min) % m_increment != 0) {
+  if (!Allows(value) || (m_kind != Kind::Enumeration && value > MaxInt()))
     return Status::InvalidParameter;
-  }
   if (m_onSet) {
     if (const Status status = m_onSet(value, index); IsError(status)) return status;
   }
@@ -319,6 +326,28 @@ void FeatureValues::ApplyTo(const std::vector<std::unique_ptr<Feature>>& feature
   // Consequences see all values in place.
   for (const auto& feature : features) {
     if (feature->Stored() && feature->m_then) feature->m_then();
+  }
+}
+
+void FeatureValues::Take(const FeatureValues& other,
+                         const std::vector<std::unique_ptr<Feature>>& features) {
+  for (const auto& feature : features) {
+    const auto it = other.values.find(feature->Name());
+    const auto own = values.find(feature->Name());
+    if (it == other.values.end() || own == values.end()) continue;
+    const Value& value = it->second;
+    const auto allowed = [&](auto number) { return feature->Allows(number); };
+    const bool real = feature->m_kind == Feature::Kind::Float;
+    if (!real && value.ints.size() == own->second.ints.size() &&
+        std::all_of(value.ints.begin(), value.ints.end(), allowed))
+      own->second.ints = value.ints;
+    if (real && value.reals.size() == own->second.reals.size() &&
+        std::all_of(value.reals.begin(), value.reals.end(), allowed))
+      own->second.reals = value.reals;
+    const bool text =
+        feature->m_kind == Feature::Kind::String && value.text.size() <= feature->m_size;
+    if (text && (!feature->m_onSetText || !IsError(feature->m_onSetText(value.text))))
+      own->second.text = value.text;
   }
 }
 

@@ -43,8 +43,9 @@ class Feature {
   Feature& WriteOnly();
   Feature&
   Locked();  // while transport parameters are locked: by pIsLocked, and refused on the wire
-  Feature& Transient();  // not part of user sets
-  Feature& Volatile();   // changes on its own: never cached by hosts
+  Feature& Transient();                   // not part of user sets
+  Feature& Polled(int64_t milliseconds);  // worth looking at that often
+  Feature& Volatile();                    // changes on its own: never cached by hosts
   Feature& DependsOn(std::initializer_list<const char*> features);  // whose change may change this
   Feature& Selects(std::initializer_list<const char*> features);
   Feature& SelectedBy(std::string selector,
@@ -100,8 +101,12 @@ class Feature {
   const std::string& Name() const { return m_name; }
   // Its registers, known once the table is built; 0 where there is none.
   uint32_t Address() const { return m_address; }
+  uint32_t BootstrapMask() const { return m_mask; }  // 0: a register of its own
   uint32_t Bytes() const { return RegisterLength() * static_cast<uint32_t>(m_count); }
   bool Stored() const;  // part of user sets
+  // Whether it could have this value at some time, whatever the others are.
+  bool Allows(int64_t value) const;
+  bool Allows(double value) const { return value >= m_realMin && value <= m_realMax; }
 
  private:
   friend class FeatureTable;
@@ -124,6 +129,7 @@ class Feature {
   std::vector<EnumEntry> m_entries;
   size_t m_count = 1;
   uint32_t m_size = 0;
+  int64_t m_pollingMs = 0;
   int64_t m_min = 0, m_max = 0xFFFFFFFF, m_increment = 1;
   double m_realMin = 0, m_realMax = 0;
   uint32_t m_address = 0, m_mask = 0;  // mask 0: a register of its own
@@ -157,6 +163,8 @@ struct FeatureValues {
 
   static FeatureValues Of(const std::vector<std::unique_ptr<Feature>>& features);
   void ApplyTo(const std::vector<std::unique_ptr<Feature>>& features) const;
+  // Those values of another set that the features can have.
+  void Take(const FeatureValues& other, const std::vector<std::unique_ptr<Feature>>& features);
 };
 
 // What the description says of itself.

@@ -25,6 +25,8 @@ inline constexpr size_t sk_maxListedRanges = 64;       // of packets or register
 inline constexpr size_t sk_maxGreetings = 8;           // TCP connections not yet accepted
 inline constexpr size_t sk_maxLateAnswers = 16;        // of slow registers, at once
 
+inline constexpr size_t sk_maxUserSets = 16;          // in a state file
+inline constexpr size_t sk_maxStateBytes = 1u << 20;  // of a state file
 inline constexpr uint32_t sk_maxPictureSide = 1u << 16;
 inline constexpr uint64_t sk_maxPicturePixels = uint64_t{1} << 27;
 inline constexpr size_t sk_maxPictures = 100'000;  // of one folder

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Cameras with two or four sensors that share one picture: sample i of a row belongs to sensor i
-// mod n. All look at the chart, each a little further to the right, as the eyes of a stereo camera
-// do.
+// mod n; the formats with separate channels have all sensors in each pixel instead. All look at the
+// chart, each a little further to the right, as the eyes of a stereo camera do.
 #include "simulator/SampleModel.h"
 
 namespace OrvexSim {
@@ -13,6 +13,7 @@ constexpr uint32_t sk_shift = 16;  // columns of the scene from sensor to sensor
 constexpr uint16_t sk_sensorsMask =
     0x00F;  // kind: number of sensors, and the filter from 0 (none) to 4
 constexpr int sk_filterShift = 4;
+constexpr uint16_t sk_filterMask = 0x0F0, sk_separate = 0x100;
 
 struct Layout {
   const char* suffix;
@@ -38,18 +39,22 @@ std::vector<SampleFormat> Formats(const char* prefix, uint16_t sensors, uint32_t
     for (const Layout& layout : sk_layouts) {
       const uint32_t value =
           0x81000000 | uint32_t{layout.bitsPerPixel} << 16 | family | layout.ids[colour];
-      formats.push_back({prefix + std::string(sk_colours[colour]) + layout.suffix, value,
-                         layout.bits, layout.packing, 1,
-                         static_cast<uint16_t>(sensors | colour << sk_filterShift)});
+      const auto kind = static_cast<uint16_t>(sensors | colour << sk_filterShift);
+      const std::string name = prefix + std::string(sk_colours[colour]) + layout.suffix;
+      formats.push_back({name, value, layout.bits, layout.packing, 1, kind});
+      if (layout.packing != Packing::Bits8 && layout.packing != Packing::Bits16) continue;
+      const uint32_t wide =
+          0x81000000 | uint32_t{layout.bitsPerPixel} * sensors << 16 | family | layout.ids[colour];
+      formats.push_back({name + "_" + std::to_string(sensors) + "ch", wide, layout.bits,
+                         layout.packing, static_cast<uint8_t>(sensors),
+                         static_cast<uint16_t>(kind | sk_separate)});
     }
   }
   return formats;
 }
 
-void SampleAt(const SampleFormat& format, uint32_t phase, uint32_t x, uint32_t y, uint16_t* out) {
+uint16_t Seen(int filter, uint32_t sensor, uint32_t phase, uint32_t column, uint32_t y) {
   static const std::shared_ptr<const Scene> sk_chart = Scene::Chart(sk_width, sk_height);
-  const uint32_t sensors = format.kind & sk_sensorsMask;
-  const uint32_t sensor = x % sensors, column = x / sensors;
   const uint32_t sceneX = (column + sensor * sk_shift) % sk_width;
   const uint16_t* pixel = sk_chart->Row(y) + 3 * sceneX;
   Rgb16 colour{pixel[0], pixel[1], pixel[2]};
@@ -57,10 +62,19 @@ void SampleAt(const SampleFormat& format, uint32_t phase, uint32_t x, uint32_t y
   // Mono, then GR, RG, GB, BG: red is 0, green 1, blue 2.
   constexpr uint8_t sk_filters[4][2][2] = {
       {{1, 0}, {2, 1}}, {{0, 1}, {1, 2}}, {{1, 2}, {0, 1}}, {{2, 1}, {1, 0}}};
-  const int filter = format.kind >> sk_filterShift;
-  out[0] = filter == 0 ? static_cast<uint16_t>(
-                             (19595u * colour[0] + 38470u * colour[1] + 7471u * colour[2]) >> 16)
-                       : colour[sk_filters[filter - 1][y & 1][column & 1]];
+  return filter == 0 ? static_cast<uint16_t>(
+                           (19595u * colour[0] + 38470u * colour[1] + 7471u * colour[2]) >> 16)
+                     : colour[sk_filters[filter - 1][y & 1][column & 1]];
+}
+
+void SampleAt(const SampleFormat& format, uint32_t phase, uint32_t x, uint32_t y, uint16_t* out) {
+  const uint32_t sensors = format.kind & sk_sensorsMask;
+  const int filter = (format.kind & sk_filterMask) >> sk_filterShift;
+  if ((format.kind & sk_separate) == 0) {
+    out[0] = Seen(filter, x % sensors, phase, x / sensors, y);
+  } else {
+    for (uint32_t i = 0; i < sensors; ++i) out[i] = Seen(filter, i, phase, x, y);
+  }
 }
 
 }  // namespace

@@ -64,6 +64,8 @@ void Painter::SceneRow(int64_t x, int64_t y, int64_t width, const MovingParts* m
       rgb[3 * i + c] = static_cast<uint16_t>(std::min<uint64_t>(sum[c] * factor >> 16, 65535));
     }
   }
+  if (!m_settings.tone) return;
+  for (int64_t i = 0; i < 3 * width; ++i) rgb[i] = ApplyTone(*m_settings.tone, rgb[i]);
 }
 
 void Painter::PatternRow(int64_t x, int64_t y, int64_t width, uint64_t frame, uint16_t* rgb) const {

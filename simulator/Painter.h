@@ -10,6 +10,7 @@
 
 #include "simulator/PixelFormat.h"
 #include "simulator/Scene.h"
+#include "simulator/Tone.h"
 
 namespace OrvexSim {
 
@@ -35,6 +36,7 @@ struct PaintSettings {
   double brightness = 1.0;
   TestPattern pattern = TestPattern::Off;
   const PixelFormat* format = nullptr;
+  std::shared_ptr<const ToneTable> tone;  // null: samples stay as they are
   bool operator==(const PaintSettings&) const = default;
 };
 

@@ -34,6 +34,7 @@ enum class Colour : uint8_t {
 enum class Packing : uint8_t {
   Bits8,
   Bits16,     // two bytes, little-endian, value in the low bits
+  Bits24,     // three bytes, little-endian
   LsbPacked,  // the "p" formats: without gaps, least significant bit first
   Packed10,   // two samples in three bytes, high bits first
   Packed12,

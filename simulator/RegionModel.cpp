@@ -68,6 +68,11 @@ void RegionModel::AddBinning(CameraCore& camera) {
                     .Docu("Rows that make one row of the frame.");
   m_binningYMode =
       &t.Enumeration("BinningVerticalMode", modes).Docu("How binned rows are combined.");
+  t.Node("BinningBoth",
+         "  <Integer Name=\"BinningBoth\" NameSpace=\"Custom\">\n"
+         "    <ToolTip>Sets the binning of both directions.</ToolTip>\n"
+         "    <pValue>BinningHorizontal</pValue>\n    <pValueCopy>BinningVertical</pValueCopy>\n"
+         "  </Integer>\n");
   for (Feature* feature : {m_width, m_offsetX}) feature->DependsOn({"BinningHorizontal"});
   for (Feature* feature : {m_height, m_offsetY}) feature->DependsOn({"BinningVertical"});
   camera.F("WidthMax").DependsOn({"BinningHorizontal"});

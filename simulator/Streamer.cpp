@@ -195,10 +195,11 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
   // A frame that came late does not make the following ones hurry.
   m_nextStart = std::max(m_start + period, Clock::now() - period);
   m_camera.TheModel().TakeSettings();
-  const ChunkPlan chunks = m_camera.TakeChunks();
+  const ChunkPlan chunks = TakeChunkPlan(m_camera.Features());
   const FaultSettings faults = TakeFaults(m_camera.Features());
   m_blockId = GigEVision::NextBlockId(m_blockId, extendedIds);
   const uint64_t timestamp = m_camera.ToDeviceTime(m_start);
+  m_camera.exposing = true;
   m_camera.Notify(EventKind::ExposureStart, m_blockId, timestamp);
   lock.unlock();
 
@@ -221,6 +222,7 @@ void Streamer::TakeFrame(std::unique_lock<std::mutex>& lock) {
     return m_stop || !m_camera.acquisition.active || m_camera.acquisition.session != session;
   };
   m_camera.Changed().wait_until(lock, exposed, over);
+  m_camera.exposing = false;
   if (over()) return;
   m_camera.Notify(EventKind::ExposureEnd, frame.blockId, m_camera.ToDeviceTime(exposed));
   m_camera.Notify(EventKind::FrameStart, frame.blockId, m_camera.Now());

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The rows of TransportLayerControl: mostly views of bootstrap registers.
+#include <cmath>
+
 #include "gigevision/Bootstrap.h"
 #include "simulator/CameraCore.h"
 #include "simulator/Limits.h"
@@ -11,6 +13,7 @@ namespace B = GigEVision::Bootstrap;
 namespace {
 
 constexpr uint64_t sk_masterMac = 0x025600000001;
+constexpr uint32_t sk_ptpSlave = 9;
 
 // The identity that follows from a MAC address: 0xFFFE in its middle.
 int64_t ClockId(uint64_t mac) {
@@ -275,8 +278,8 @@ void CameraCore::AddPtpFeatures() {
       .Docu("Whether the camera's clock follows a master.");
   t.Command("PtpDataSetLatch")
       .Expert()
-      .OnSet([](int64_t, size_t) { return Status::Success; })
-      .Docu("Copies the values below.");
+      .OnSet([this](int64_t, size_t) { return m_ptpData = MeasurePtp(), Status::Success; })
+      .Docu("Copies the offset, the delay and the identities below.");
   t.Enumeration("PtpStatus", {{"Initializing", 1},
                               {"Faulty", 2},
                               {"Disabled", 3},
@@ -295,7 +298,7 @@ void CameraCore::AddPtpFeatures() {
       .Expert()
       .ReadOnly()
       .Volatile()
-      .Get([this] { return PtpState() == 9 ? 1 : 0; })
+      .Get([this] { return PtpState() == sk_ptpSlave ? 1 : 0; })
       .Docu("Whether the clock has settled.");
   t.Integer("PtpClockID")
       .Expert()
@@ -304,14 +307,44 @@ void CameraCore::AddPtpFeatures() {
       .Representation("HexNumber")
       .Get([this] { return ClockId(network.mac); })
       .Docu("Identity of the camera's clock.");
-  t.Integer("PtpGrandmasterClockID")
+  const auto master = [&](const char* name, const char* docu) {
+    t.Integer(name)
+        .Expert()
+        .ReadOnly()
+        .Size(8)
+        .Representation("HexNumber")
+        .DependsOn({"PtpDataSetLatch"})
+        .Get([this] { return ClockId(m_ptpData.slave ? sk_masterMac : network.mac); })
+        .Docu(docu);
+  };
+  master("PtpParentClockID", "Identity of the clock that the camera follows.");
+  master("PtpGrandmasterClockID", "Identity of the master.");
+  const auto measured = [&](const char* name, const int64_t& value, const char* docu) {
+    t.Integer(name)
+        .Expert()
+        .ReadOnly()
+        .Unit("ns")
+        .Size(8)
+        .DependsOn({"PtpDataSetLatch"})
+        .Get([&value] { return value; })
+        .Docu(docu);
+  };
+  measured("PtpOffsetFromMaster", m_ptpData.offset, "How far the clock is from its master's.");
+  measured("PtpMeanPropagationDelay", m_ptpData.delay, "Time of a message to the master.");
+  t.Enumeration("PtpClockAccuracy", {{"Within1us", 0x23}, {"Unknown", 0xFE}})
       .Expert()
       .ReadOnly()
-      .Size(8)
-      .Representation("HexNumber")
       .Volatile()
-      .Get([this] { return ClockId(PtpState() == 9 ? sk_masterMac : network.mac); })
-      .Docu("Identity of the master.");
+      .Get([this] { return PtpState() == sk_ptpSlave ? 0x23 : 0xFE; })
+      .Docu("How well the clock is known.");
+}
+
+// A servo that settles: the offset dies away and then wanders by some ten nanoseconds.
+CameraCore::PtpData CameraCore::MeasurePtp() const {
+  if (!m_ptpSince || PtpState() != sk_ptpSlave) return {};
+  const double seconds = std::chrono::duration<double>(Clock::now() - *m_ptpSince).count();
+  const double offset = 40000 * std::exp(-seconds / 0.2) + 30 * std::sin(seconds * 7);
+  return {static_cast<int64_t>(offset), 480, true};
 }
 
 }  // namespace OrvexSim

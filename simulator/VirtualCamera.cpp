@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/VirtualCamera.h"
 
-#include <stdexcept>
-
 #include "simulator/ControlServer.h"
 #include "simulator/Streamer.h"
 
@@ -63,9 +61,7 @@ void VirtualCamera::Set(const std::string& feature, const std::string& value) {
 
 std::string VirtualCamera::Get(const std::string& feature) const {
   const std::lock_guard lock(m_parts->core.Mutex());
-  const Feature* row = m_parts->core.Features().Find(feature);
-  if (row == nullptr) throw std::invalid_argument("the camera has no feature '" + feature + "'");
-  return row->ToText();
+  return m_parts->core.GetFeature(feature);
 }
 
 std::string VirtualCamera::Address() const {

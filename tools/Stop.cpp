@@ -62,4 +62,17 @@ bool WaitForStop(const std::stop_token& done, std::chrono::milliseconds time) {
   return StopRequested();
 }
 
+std::size_t ReadInputUntilStop(std::span<char> bytes) {
+  std::array<pollfd, 2> readable{pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{g_wakePipe[0], POLLIN, 0}};
+  while (!StopRequested()) {
+    if (::isatty(STDIN_FILENO) != 0 && ::tcgetpgrp(STDIN_FILENO) != ::getpgrp()) return 0;
+    if (::poll(readable.data(), readable.size(), -1) < 0) continue;
+    if (readable[0].revents == 0) continue;
+    const ssize_t got = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (got > 0) return static_cast<std::size_t>(got);
+    if (got == 0 || errno != EINTR) return 0;
+  }
+  return 0;
+}
+
 }  // namespace OrvexTools

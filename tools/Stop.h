@@ -5,6 +5,8 @@
 // second Ctrl-C ends it at once.
 
 #include <chrono>
+#include <cstddef>
+#include <span>
 #include <stop_token>
 
 namespace OrvexTools {
@@ -19,5 +21,10 @@ bool StopRequested() noexcept;
 // (negative: without limit) comes first. Does not wait when it is already so. One thread at a time.
 bool WaitForStop(const std::stop_token& done = {},
                  std::chrono::milliseconds time = std::chrono::milliseconds(-1));
+
+// Waits for what standard input has next and returns its size; 0 once it has ended, a stop was
+// asked for, or it is a terminal that another job reads from (reading it would suspend this
+// process).
+std::size_t ReadInputUntilStop(std::span<char> bytes);
 
 }  // namespace OrvexTools

@@ -46,6 +46,7 @@ TEST_F(Chunks, DescribeTheFrameTheyCameWith) {
   host.Set("OffsetY", 100);
   host.SetReal("ExposureTime", 1234.5);
   host.SetReal("Gain", 3);
+  running.camera.Set("CounterEventSource", "ExposureStart");
   const int64_t payload = host.GetWide("PayloadSize");
   const auto frame = host.Grab(3).back();
   ASSERT_TRUE(frame.complete);
@@ -59,7 +60,7 @@ TEST_F(Chunks, DescribeTheFrameTheyCameWith) {
   while (const auto chunk = walker.Next())
     chunks[chunk->id] = Bytes(chunk->data.begin(), chunk->data.end());
   ASSERT_TRUE(walker.Valid());
-  EXPECT_EQ(chunks.size(), 12u);
+  EXPECT_EQ(chunks.size(), 20u);
   const Bytes& image = chunks[0x00C10000];
   EXPECT_EQ(image.size(), 24u * 6);
   EXPECT_EQ(chunks[0x00C10001], Hex("00000040"));
@@ -72,12 +73,16 @@ TEST_F(Chunks, DescribeTheFrameTheyCameWith) {
   EXPECT_EQ(std::bit_cast<double>(GigEVision::LoadBe64(chunks[0x00C10008].data())), 1234.5);
   EXPECT_EQ(std::bit_cast<double>(GigEVision::LoadBe64(chunks[0x00C10009].data())), 3.0);
   EXPECT_EQ(GigEVision::LoadBe32(chunks[0x00C1000B].data()), Crc32(image));
+  EXPECT_EQ(chunks[0x00C1000C], Hex("00000018"));
+  EXPECT_EQ(chunks[0x00C1000E], Hex("000000FF"));
+  EXPECT_EQ(chunks[0x00C1000F], Hex("00000001"));
+  EXPECT_EQ(chunks[0x00C10012], Hex("00000002")) << "exposures before this one";
 }
 
 TEST_F(Chunks, CanBeSwitchedOffOneByOne) {
   host.Set("ChunkModeActive", 1);
   const uint32_t before = host.Grab(1).front().trailer.chunkLayoutId;
-  for (uint32_t i = 1; i < 12; ++i) EXPECT_EQ(host.Set("ChunkEnable", 0, i), Status::Success) << i;
+  for (uint32_t i = 1; i < 20; ++i) EXPECT_EQ(host.Set("ChunkEnable", 0, i), Status::Success) << i;
   EXPECT_EQ(host.Set("ChunkEnable", 0, 0), Status::AccessDenied) << "not the image";
   const auto frame = host.Grab(1).front();
   EXPECT_EQ(frame.data.size(), 24u * 6 + 8);
@@ -85,6 +90,20 @@ TEST_F(Chunks, CanBeSwitchedOffOneByOne) {
   EXPECT_NE(frame.trailer.chunkLayoutId, before);
   host.Set("ChunkModeActive", 0);
   EXPECT_EQ(host.Grab(1).front().data.size(), 24u * 6);
+}
+
+TEST_F(Chunks, ComeInThePayloadTypesOfOlderCamerasToo) {
+  host.Set("ChunkModeActive", 1);
+  host.Set("SimChunkPayload", 4);
+  auto frame = host.Grab(1).front();
+  EXPECT_EQ(frame.leader.payloadType, 4);
+  EXPECT_EQ(frame.raw.at(0).size(), 8u + 12);
+  EXPECT_EQ(frame.trailer.chunkLength, frame.data.size());
+  host.Set("SimChunkPayload", 5);
+  frame = host.Grab(1).front();
+  EXPECT_EQ(frame.leader.payloadType, 5);
+  EXPECT_EQ(frame.leader.image.sizeX, 24u);
+  EXPECT_EQ(frame.trailer.chunkLength, frame.data.size());
 }
 
 TEST_F(Chunks, AreWholeWordsInEveryPacking) {

@@ -288,6 +288,55 @@ TEST(ForeignDescription, IsServedAsItIsOverPlainMemory) {
       << "the standard's registers stay what they are";
 }
 
+// The features of a picture lead to the camera's own, wherever the description has them.
+TEST(ForeignDescription, StreamsThroughItsRegisters) {
+  const std::string path = testing::TempDir() + "Streaming_Camera.xml";
+  std::ofstream(path) << R"(<RegisterDescription VendorName="Acme" ModelName="One">
+<Integer Name="Width"><pValue>WidthA</pValue></Integer>
+<Integer Name="WidthA"><pValue>WidthB</pValue></Integer>
+<MaskedIntReg Name="WidthB"><Address>0xB000</Address><Address>0x8</Address><Length>4</Length>
+  <LSB>31</LSB><MSB>16</MSB><Endianess>BigEndian</Endianess></MaskedIntReg>
+<IntReg Name="Height"><pAddress>Base</pAddress><Length>4</Length><Endianess>LittleEndian</Endianess></IntReg>
+<Integer Name="Base"><Value>0xC000</Value></Integer>
+<Enumeration Name="PixelFormat"><EnumEntry Name="Odd"><Value>1</Value></EnumEntry>
+  <EnumEntry Name="RGB8Packed"><Value>2</Value></EnumEntry>
+  <EnumEntry Name="Mono8"><Value>3</Value></EnumEntry><pValue>Format</pValue></Enumeration>
+<IntReg Name="Format"><Address>0xC010</Address><Length>4</Length><Endianess>BigEndian</Endianess></IntReg>
+<IntReg Name="PayloadSize"><Address>0xC018</Address><Length>8</Length><Endianess>BigEndian</Endianess></IntReg>
+<Command Name="AcquisitionStart"><pValue>Control</pValue><CommandValue>3</CommandValue>
+  <pIsAvailable>Flag</pIsAvailable></Command>
+<Command Name="AcquisitionStop"><pValue>Control</pValue><CommandValue>4</CommandValue></Command>
+<IntReg Name="Control"><Address>0xC020</Address><Length>4</Length><Endianess>BigEndian</Endianess></IntReg>
+<StructReg><Address>0xD000</Address><Length>4</Length><Endianess>BigEndian</Endianess>
+  <StructEntry Name="Flag"><Bit>30</Bit></StructEntry></StructReg>
+<Integer Name="Loop"><pValue>Loop</pValue></Integer>
+</RegisterDescription>)";
+  OrvexSim::CameraOptions options;
+  options.descriptionFile = path;
+  RunningCamera running(options);
+  Host host(running.camera);
+  host.TakeControl();
+  host.OpenStream();
+  EXPECT_EQ(host.Read(0xD000), 2u) << "what it describes is there";
+  EXPECT_EQ(host.Read(0xC010), 2u);
+  host.Write(0xB008, 644);  // rounded
+  EXPECT_EQ(host.Read(0xB008), 640u);
+  host.Write(0xC000, 0xC8000000);
+  EXPECT_EQ(host.ReadMem(0xC018, 8), Hex("000000000005DC00")) << "640 x 200 x 3";
+  EXPECT_EQ(host.Write(0xC010, 3), Status::Success);
+  EXPECT_EQ(host.Write(0xC010, 1), Status::InvalidParameter);
+  EXPECT_EQ(host.Write(0xC020, 3), Status::Success);
+  const auto frame = host.NextFrame();
+  ASSERT_TRUE(frame && frame->complete);
+  EXPECT_EQ(frame->data.size(), 640u * 200);
+  EXPECT_EQ(host.Write(0xC000, 0x10000000), Status::AccessDenied) << "while it acquires";
+  host.Write(0xC020, 4);
+  EXPECT_EQ(host.Write(0xC000, 0x10000000), Status::Success);
+  const Bytes names = host.ReadMem(B::sk_manufacturerName, 64);
+  EXPECT_EQ(std::string(names.begin(), names.begin() + 4), "Acme");
+  EXPECT_EQ(std::string(names.begin() + 32, names.begin() + 35), "One");
+}
+
 TEST(ForeignDescription, ThatCannotBeReadIsRefused) {
   OrvexSim::CameraOptions options;
   options.descriptionFile = "/nowhere/at/all.xml";

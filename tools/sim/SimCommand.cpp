@@ -5,9 +5,12 @@
 
 #include <fmt/format.h>
 
+#include <cctype>
 #include <cerrno>
 #include <memory>
 #include <ostream>
+#include <span>
+#include <string>
 #include <system_error>
 
 #include "tools/Addresses.h"
@@ -20,6 +23,7 @@ namespace OrvexTools {
 namespace {
 
 constexpr unsigned sk_maxCameras = 64;
+constexpr std::size_t sk_longestLine = 4096;
 
 struct Options {
   unsigned count = 1;
@@ -44,6 +48,7 @@ OrvexSim::CameraOptions OptionsOf(const Options& options, unsigned index) {
   if (!options.recording.empty()) camera.source = std::make_shared<ReplaySource>(options.recording);
   if (index == 0) return camera;
   if (!camera.serial.empty()) camera.serial += fmt::format("-{}", index + 1);
+  if (!camera.stateFile.empty()) camera.stateFile += fmt::format("-{}", index + 1);
   if (!camera.userName.empty()) camera.userName += fmt::format("-{}", index + 1);
   return camera;
 }
@@ -62,6 +67,48 @@ std::unique_ptr<OrvexSim::VirtualCamera> Started(const OrvexSim::CameraOptions& 
         taken ? "another camera has that address: choose one with --address"
               : "choose an address of this computer with --address, such as 127.0.0.2"));
   }
+}
+
+// One line of standard input: FEATURE=VALUE or a command's name, for all cameras or, with "IP: " or
+// "SERIAL: " in front, for one.
+void Obey(std::string line, std::span<const std::unique_ptr<OrvexSim::VirtualCamera>> cameras,
+          const Output& output) {
+  while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back()))) line.pop_back();
+  std::string which;
+  if (const std::size_t colon = line.find(": "); colon != std::string::npos) {
+    which = line.substr(0, colon);
+    line.erase(0, colon + 2);
+  }
+  if (line.empty()) return;
+  const std::size_t equals = line.find('=');
+  bool meant = false;
+  for (const auto& pCamera : cameras) {
+    if (!which.empty() && which != pCamera->Address() && which != pCamera->Serial()) continue;
+    meant = true;
+    try {
+      pCamera->Set(line.substr(0, equals),
+                   equals == std::string::npos ? "" : line.substr(equals + 1));
+    } catch (const std::invalid_argument& error) {
+      output.err << pCamera->Serial() << ": " << error.what() << '\n';
+    }
+  }
+  if (!meant) output.err << "no camera '" << which << "' here\n";
+}
+
+// Until Ctrl-C; standard input may end before that.
+void ObeyUntilStop(std::span<const std::unique_ptr<OrvexSim::VirtualCamera>> cameras,
+                   const Output& output) {
+  std::string pending;
+  char bytes[512];
+  while (const std::size_t got = ReadInputUntilStop(bytes)) {
+    pending.append(bytes, got);
+    for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
+      Obey(pending.substr(0, end), cameras, output);
+      pending.erase(0, end + 1);
+    }
+    if (pending.size() > sk_longestLine) pending.clear();
+  }
+  WaitForStop();
 }
 
 void RunSim(Options& options, const Output& output) {
@@ -85,7 +132,7 @@ void RunSim(Options& options, const Output& output) {
   PrintTable(output, rows, sk_columns, "");
   if (!output.json) output.out << "ready; Ctrl-C ends\n";
   output.out.flush();
-  WaitForStop();
+  ObeyUntilStop(cameras, output);
 }
 
 }  // namespace
@@ -134,6 +181,9 @@ void AddSimCommand(CLI::App& program, Output& output) {
   pCommand->add_option("--pictures", camera.pictures,
                        "A folder of PNG or TIFF pictures to look at, one a frame, for the models "
                        "area and qoi");
+  pCommand->add_option("--state", camera.stateFile,
+                       "A file that keeps user sets, the name and the persistent address; of the "
+                       "first camera, the others append -2, -3 to its name");
   pCommand->add_option(
       "--description", camera.descriptionFile,
       "Serve this description (.xml or .zip) of another camera; its registers are plain memory");
