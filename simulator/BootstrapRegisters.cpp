@@ -82,7 +82,7 @@ void CameraCore::AddBootstrapRegisters() {
         return KeepState();
       });
   text(B::sk_firstUrl, B::sk_urlSize, [this] { return m_url; });
-  text(B::sk_secondUrl, B::sk_urlSize, [] { return std::string(); });
+  text(B::sk_secondUrl, B::sk_urlSize, [this] { return m_secondUrl; });
   map.AddWord(B::sk_interfaceCount, Constant(1));
   const auto persistent = [&](uint32_t address, uint32_t& place) {
     map.AddWord(address, Value(place), [this, &place](uint32_t value) {

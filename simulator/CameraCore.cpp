@@ -22,8 +22,8 @@ namespace B = GigEVision::Bootstrap;
 
 constexpr uint32_t sk_featureBase = 0x00010000;
 constexpr uint32_t sk_archiveBase = 0x01000000;
-constexpr uint32_t sk_foreignArchiveBase =
-    0xE0000000;  // out of the way of other cameras' registers
+// Out of the way of other cameras' registers.
+constexpr uint32_t sk_foreignArchiveBase = 0xE0000000, sk_foreignPlainBase = 0xE8000000;
 constexpr uint32_t sk_pageBytes = 4096;
 constexpr uint32_t sk_archiveBlock =
     512;  // one register each, so that reads never copy the whole archive
@@ -97,7 +97,7 @@ void CameraCore::BuildDescription() {
   head.productGuid = "5D9A1E0C-3F64-4B7E-9C51-7A0E62D4B810";
   head.versionGuid = "A1C7F3B2-0D58-4E96-8B23-15E94F6D7C02";
   m_description = m_features.Xml(head);
-  ServeArchive(ZipOneFile(sk_descriptionName, m_description), sk_archiveName, sk_archiveBase);
+  m_url = ServeFile(ZipOneFile(sk_descriptionName, m_description), sk_archiveName, sk_archiveBase);
 }
 
 void CameraCore::LoadDescription() {
@@ -108,8 +108,17 @@ void CameraCore::LoadDescription() {
   if (!file || bytes.empty() || bytes.size() > sk_maxDescriptionBytes) {
     throw std::invalid_argument("cannot read the description '" + path + "'");
   }
-  m_description.assign(bytes.begin(), bytes.end());
-  ServeArchive(std::move(bytes), path.substr(path.find_last_of('/') + 1), sk_foreignArchiveBase);
+  const std::string name = path.substr(path.find_last_of('/') + 1);
+  if (bytes.size() > 2 && bytes[0] == 'P' && bytes[1] == 'K') {
+    m_description = UnzipOneFile(bytes);
+    m_url = ServeFile(std::move(bytes), name, sk_foreignArchiveBase);
+  } else {
+    // Zipped, because some hosts know no other form, and plain at the second place.
+    m_description.assign(bytes.begin(), bytes.end());
+    const std::string stem = name.substr(0, name.find_last_of('.'));
+    m_url = ServeFile(ZipOneFile(name, m_description), stem + ".zip", sk_foreignArchiveBase);
+    m_secondUrl = ServeFile(std::move(bytes), name, sk_foreignPlainBase);
+  }
   m_registers.SetBacking(
       [this](uint32_t address, std::span<uint8_t> out) { return ReadPlain(address, out); },
       [this](uint32_t address, std::span<const uint8_t> in) { return WritePlain(address, in); });
@@ -141,22 +150,23 @@ Status CameraCore::WritePlain(uint32_t address, std::span<const uint8_t> in) {
   return Status::Success;
 }
 
-void CameraCore::ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base) {
-  m_url = GigEVision::FormatLocalUrl(name, base, bytes.size());
-  m_archive = std::move(bytes);
-  m_archive.resize((m_archive.size() + 3) / 4 * 4, 0);
-  for (uint32_t at = 0; at < m_archive.size(); at += sk_archiveBlock) {
-    const auto count =
-        static_cast<uint32_t>(std::min<size_t>(sk_archiveBlock, m_archive.size() - at));
+std::string CameraCore::ServeFile(std::vector<uint8_t> bytes, const std::string& name,
+                                  uint32_t base) {
+  std::string url = GigEVision::FormatLocalUrl(name, base, bytes.size());
+  bytes.resize((bytes.size() + 3) / 4 * 4, 0);
+  const auto file = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+  for (uint32_t at = 0; at < file->size(); at += sk_archiveBlock) {
+    const auto count = static_cast<uint32_t>(std::min<size_t>(sk_archiveBlock, file->size() - at));
     m_registers.Add({base + at,
                      count,
-                     [this, at, count](std::span<uint8_t> out) {
-                       std::copy_n(&m_archive[at], count, out.begin());
+                     [this, file, at, count](std::span<uint8_t> out) {
+                       std::copy_n(file->begin() + at, count, out.begin());
                        // Behind the first block: the archive still opens, its file does not.
                        if (at != 0 && F("SimBrokenDescription").Bool()) out[0] ^= 0xFF;
                      },
                      {}});
   }
+  return url;
 }
 
 Feature& CameraCore::F(const char* name) const {

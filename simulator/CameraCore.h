@@ -178,7 +178,8 @@ class CameraCore {
   void AddForeignRegister(std::vector<ForeignField> fields);
   Status ReadPlain(uint32_t address, std::span<uint8_t> out) const;
   Status WritePlain(uint32_t address, std::span<const uint8_t> in);
-  void ServeArchive(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);
+  // Puts a file into memory; its URL.
+  std::string ServeFile(std::vector<uint8_t> bytes, const std::string& name, uint32_t base);
   void ApplySettings();
   void RestoreState();
   Status KeepState();  // an error when the file cannot be written
@@ -194,8 +195,7 @@ class CameraCore {
   FeatureTable m_features;
   RegisterMap m_registers;
   std::string m_vendorName = "Orvex", m_modelName;
-  std::string m_serial, m_userName, m_url, m_description;
-  std::vector<uint8_t> m_archive;
+  std::string m_serial, m_userName, m_url, m_secondUrl, m_description;
   std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> m_pages;  // behind a foreign description
   Clock::time_point m_epoch;
   uint64_t m_latched = 0;

@@ -3,7 +3,11 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+
 #include <stdexcept>
+
+#include "simulator/Limits.h"
 
 namespace OrvexSim {
 namespace {
@@ -80,6 +84,41 @@ std::vector<uint8_t> ZipOneFile(const std::string& fileName, std::string_view co
   Put(out, directory, 4);
   Put(out, 0, 2);
   return out;
+}
+
+std::string UnzipOneFile(std::span<const uint8_t> archive) {
+  constexpr size_t sk_endSize = 22, sk_entrySize = 46, sk_localSize = 30;
+  const auto get = [&](size_t at, int bytes) {
+    uint32_t value = 0;
+    for (int i = bytes; i-- > 0;) value = value << 8 | archive[at + static_cast<size_t>(i)];
+    return size_t{value};
+  };
+  if (archive.size() < sk_endSize) return {};
+  size_t end = archive.size() - sk_endSize;
+  while (end > 0 && get(end, 4) != 0x06054B50) --end;
+  const size_t entry = get(end + 16, 4);
+  if (get(end, 4) != 0x06054B50 || entry > end || end - entry < sk_entrySize ||
+      get(entry, 4) != 0x02014B50)
+    return {};
+  const size_t method = get(entry + 10, 2), packed = get(entry + 20, 4),
+               unpacked = get(entry + 24, 4), local = get(entry + 42, 4);
+  if (local > end || end - local < sk_localSize || get(local, 4) != 0x04034B50 ||
+      unpacked > sk_maxDescriptionBytes)
+    return {};
+  const size_t data = local + sk_localSize + get(local + 26, 2) + get(local + 28, 2);
+  if (data > end || end - data < packed) return {};
+  const auto* source = archive.data() + data;
+  if (method == 0) return std::string(source, source + std::min(packed, unpacked));
+  std::string text(unpacked, '\0');
+  z_stream stream{};
+  if (method != 8 || inflateInit2(&stream, -MAX_WBITS) != Z_OK) return {};
+  stream.next_in = const_cast<Bytef*>(source);
+  stream.avail_in = static_cast<uInt>(packed);
+  stream.next_out = reinterpret_cast<Bytef*>(text.data());
+  stream.avail_out = static_cast<uInt>(text.size());
+  const int result = inflate(&stream, Z_FINISH);
+  inflateEnd(&stream);
+  return result == Z_STREAM_END && stream.avail_out == 0 ? text : std::string();
 }
 
 }  // namespace OrvexSim

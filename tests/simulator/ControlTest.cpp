@@ -272,10 +272,12 @@ TEST(ForeignDescription, IsServedAsItIsOverPlainMemory) {
   options.descriptionFile = path;
   RunningCamera running(options);
   Host host(running.camera);
-  const Bytes url = host.ReadMem(B::sk_firstUrl, 64);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(url.data())),
-            "Local:Other_Camera.xml;e0000000;38");
-  const Bytes served = host.ReadMem(0xE0000000, text.size());
+  const Bytes zipped = host.ReadMem(B::sk_firstUrl, 64), plain = host.ReadMem(B::sk_secondUrl, 64);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(zipped.data())).substr(0, 31),
+            "Local:Other_Camera.zip;e0000000");
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(plain.data())),
+            "Local:Other_Camera.xml;e8000000;38");
+  const Bytes served = host.ReadMem(0xE8000000, text.size());
   EXPECT_EQ(std::string(served.begin(), served.end()), text);
   host.TakeControl();
   EXPECT_EQ(host.Read(0x00081234), 0u);
@@ -313,6 +315,18 @@ TEST(ForeignDescription, StreamsThroughItsRegisters) {
 </RegisterDescription>)";
   OrvexSim::CameraOptions options;
   options.descriptionFile = path;
+  {  // What it serves zipped it can play as well.
+    RunningCamera running(options);
+    Host host(running.camera);
+    const Bytes url = host.ReadMem(B::sk_firstUrl, 64);
+    const std::string text(reinterpret_cast<const char*>(url.data()));
+    const size_t size = std::stoul(text.substr(text.find_last_of(';') + 1), nullptr, 16);
+    const Bytes archive = host.ReadMem(0xE0000000, size);
+    options.descriptionFile = testing::TempDir() + "Streaming_Camera.zip";
+    std::ofstream(options.descriptionFile, std::ios::binary)
+        .write(reinterpret_cast<const char*>(archive.data()),
+               static_cast<std::streamsize>(archive.size()));
+  }
   RunningCamera running(options);
   Host host(running.camera);
   host.TakeControl();
