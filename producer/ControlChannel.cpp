@@ -206,11 +206,11 @@ void ControlChannel::Transact(Request& request, std::span<uint8_t> packet,
     throw GcError(GC_ERR_IO, "The camera does not answer (" + Subject(packet) + ")");
 }
 
-ControlChannel::Request ControlChannel::Execute(std::span<uint8_t> packet) {
+ControlChannel::Request ControlChannel::Execute(std::span<uint8_t> packet, int mostRetries) {
   const FeatureTurn turn(*this);
   const ControlSettings settings = Settings();
   Request request;
-  Transact(request, packet, settings.timeout, settings.retries);
+  Transact(request, packet, settings.timeout, std::min(settings.retries, mostRetries));
   if (Gev::IsError(request.status)) {
     throw GcError(CodeOf(request.status),
                   "The camera refuses: " + std::string(Gev::StatusName(request.status)) + " (" +
@@ -243,6 +243,12 @@ uint32_t ControlChannel::ReadRegister(uint32_t address) {
 void ControlChannel::WriteRegister(uint32_t address, uint32_t value) {
   const Gev::RegisterWrite write{address, value};
   WriteRegisters({&write, 1});
+}
+
+void ControlChannel::WriteRegisterBriefly(uint32_t address, uint32_t value) {
+  const Gev::RegisterWrite write{address, value};
+  Packet packet;
+  Execute(std::span(packet).first(Gev::EncodeWriteReg(packet, 1, {&write, 1})), 1);
 }
 
 std::vector<uint32_t> ControlChannel::ReadRegisters(std::span<const uint32_t> addresses) {

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <climits>
 #include <condition_variable>
 #include <mutex>
 #include <span>
@@ -30,6 +31,9 @@ class ControlChannel {
   // One register, in host order.
   uint32_t ReadRegister(uint32_t address);
   void WriteRegister(uint32_t address, uint32_t value);
+  // Once and once again, however the retries are set: for what a camera that may be gone is told at
+  // the end.
+  void WriteRegisterBriefly(uint32_t address, uint32_t value);
   // Several registers in one command each where the camera takes them, one by one otherwise.
   std::vector<uint32_t> ReadRegisters(std::span<const uint32_t> addresses);
   void WriteRegisters(std::span<const GigEVision::RegisterWrite> writes);
@@ -75,7 +79,7 @@ class ControlChannel {
                 int retries);
   bool Await(std::unique_lock<std::mutex>& lock, Request& request);
   void Dispatch(std::span<const uint8_t> datagram);
-  Request Execute(std::span<uint8_t> packet);
+  Request Execute(std::span<uint8_t> packet, int mostRetries = INT_MAX);
 
   UdpSocket m_socket;
   mutable std::mutex m_mutex;

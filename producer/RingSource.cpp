@@ -20,15 +20,17 @@
 namespace OrvexGev {
 namespace {
 
-constexpr unsigned sk_blockBytes = 1u << 20;
-constexpr unsigned sk_fewestBlocks = 8;
-constexpr unsigned sk_mostBlocks = 256;
+// A block is handed over after a millisecond, full or not: their number is how many milliseconds the
+// receiver thread may be late. Each has room for three of the longest trains.
+constexpr unsigned sk_blockBytes = 1u << 18;
+constexpr unsigned sk_fewestBlocks = 128;
+constexpr unsigned sk_mostBlocks = 1024;
 constexpr unsigned sk_frameBytes =
     2048;  // only has to divide the block: packets of any size share blocks
 constexpr unsigned sk_retireMs = 1;  // a block that is not full is handed over after this
 constexpr size_t sk_udpHeader = 8;
 constexpr size_t sk_smallestIpHeader = 20;
-constexpr int sk_blocksPerDrain = 8;
+constexpr int sk_blocksPerDrain = 32;
 
 // Whole UDP datagrams from the camera to the port, judged from the IP header on.
 bool FilterStream(int fd, uint32_t hostIp, uint16_t port, uint32_t deviceIp) {

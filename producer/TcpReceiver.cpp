@@ -165,7 +165,7 @@ void TcpReceiver::Stop(bool kill) {
   m_device.ReleaseChannel();
   if (m_socket && m_device.Controls() && m_device.Connected()) {
     try {
-      m_device.Channel()->WriteRegister(Gev::sk_tcpKeyRegister, 0);
+      m_device.Channel()->WriteRegisterBriefly(Gev::sk_tcpKeyRegister, 0);
     } catch (const GcError&) {
       // Closing the connection says the same.
     }

@@ -199,7 +199,7 @@ void UdpReceiver::Stop(bool kill) {
   m_device.ReleaseChannel();
   if (!m_device.Controls() || !m_device.Connected()) return;
   try {
-    m_device.Channel()->WriteRegister(StreamReg(Reg::Stream::Scp), 0);
+    m_device.Channel()->WriteRegisterBriefly(StreamReg(Reg::Stream::Scp), 0);
   } catch (const GcError&) {
     // The camera closes the channel together with the control channel.
   }

@@ -63,7 +63,6 @@ TEST_F(OverACable, AGigabitLinkIsFilledWithoutLoss) {
   const Outcome outcome = RunSlowLink(cable, 50, false);
   ExpectWhole(outcome, 50);
   EXPECT_EQ(outcome.firstId, 1u);
-  EXPECT_NEAR(outcome.frames / outcome.seconds, 50, 5);
 }
 
 TEST_F(OverACable, APulledCableIsNoticedTornDownAndStreamsAgain) {
