@@ -4,25 +4,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/tools/MemoryBytes.h"
 #include "tools/Failure.h"
 #include "tools/recording/Crc32c.h"
 #include "tools/recording/RecordingReader.h"
 
 namespace {
-
-class Memory final : public OrvexTools::ByteSource {
- public:
-  Memory(const uint8_t* pData, size_t size) : m_bytes(pData, size) {}
-  std::uint64_t Size() const override { return m_bytes.size(); }
-  bool Read(std::uint64_t offset, std::span<std::uint8_t> target) override {
-    if (offset > m_bytes.size() || target.size() > m_bytes.size() - offset) return false;
-    if (!target.empty()) std::memcpy(target.data(), m_bytes.data() + offset, target.size());
-    return true;
-  }
-
- private:
-  std::span<const std::uint8_t> m_bytes;
-};
 
 void Require(bool condition) {
   if (!condition) std::abort();
@@ -56,10 +43,11 @@ std::vector<std::uint8_t> Sealed(std::span<const std::uint8_t> input) {
   return bytes;
 }
 
-void ReadAll(std::span<const std::uint8_t> bytes) {
+void ReadAll(std::vector<std::uint8_t> bytes) {
   const std::size_t size = bytes.size();
   try {
-    OrvexTools::RecordingReader reader(std::make_unique<Memory>(bytes.data(), size), "input");
+    OrvexTools::RecordingReader reader(std::make_unique<OrvexTest::MemoryBytes>(std::move(bytes)),
+                                       "input");
     Require(reader.LostBytes() <= size && reader.Camera().size() <= size);
     std::vector<std::uint8_t> data;
     for (std::size_t i = 0; i < reader.Count(); ++i) {
@@ -76,7 +64,7 @@ void ReadAll(std::span<const std::uint8_t> bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t size) {
-  ReadAll({pData, size});
+  ReadAll({pData, pData + size});
   ReadAll(Sealed({pData, size}));
   return 0;
 }

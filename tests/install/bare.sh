@@ -26,7 +26,7 @@ rm -rf "$root/try" && mkdir "$root/try"
 cp "$packages"/*.deb "$root/try/"
 
 say "installing the libraries and the program alone"
-inside bash -c 'apt-get install -y -qq --no-install-recommends /try/liborvex0_*.deb /try/orvex-tools_*.deb' >/dev/null
+inside bash -c 'apt-get -o Dpkg::Use-Pty=0 install -y -qq --no-install-recommends /try/liborvex0_*.deb /try/orvex-tools_*.deb' >/dev/null
 inside bash -c 'ldconfig -p | grep -q "liborvex.so.0 "'
 inside test -f /usr/share/man/man1/orvex.1 -o -f /usr/share/man/man1/orvex.1.gz
 alone 'cd /try; orvex --version
@@ -34,7 +34,7 @@ alone 'cd /try; orvex --version
   orvex list; orvex grab BARE -o a.png; test -s a.png'
 
 say "building the program of README.md"
-inside bash -c 'apt-get install -y -qq --no-install-recommends /try/liborvex-dev_*.deb g++ cmake make pkg-config' >/dev/null
+inside bash -c 'apt-get -o Dpkg::Use-Pty=0 install -y -qq --no-install-recommends /try/liborvex-dev_*.deb g++ cmake make pkg-config' >/dev/null
 awk '/^```cpp$/ {show = 1; next} /^```$/ {show = 0} show' "$source/README.md" > "$root/try/first.cpp"
 grep -q OpenSystem "$root/try/first.cpp"
 cat > "$root/try/nodes.cpp" <<'CPP'
@@ -58,7 +58,7 @@ alone 'cd /try; cmake -S . -B build >/dev/null; cmake --build build >/dev/null
   for program in build/first ./plain; do rm -f picture.ppm; $program; test -s picture.ppm; done'
 
 say "removing them"
-inside apt-get purge -y -qq "${names[@]}" >/dev/null
-left=$(find "$root" -xdev -iname '*orvex*' -not -path "$root/try/*" -not -path "$root/var/log/*" -not -path "$root/proc/*" || true)
+inside apt-get -o Dpkg::Use-Pty=0 purge -y -qq "${names[@]}" >/dev/null
+left=$(find "$root" -mindepth 1 -xdev -iname '*orvex*' -not -path "$root/try/*" -not -path "$root/var/log/*" -not -path "$root/proc/*" || true)
 [ -z "$left" ] || { printf 'left behind:\n%s\n' "$left"; exit 1; }
 say "nothing is left behind"

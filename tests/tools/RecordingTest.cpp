@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <condition_variable>
-#include <cstring>
 #include <mutex>
 
+#include "MemoryBytes.h"
 #include "tools/Failure.h"
 #include "tools/recording/Crc32c.h"
 #include "tools/recording/Limits.h"
@@ -17,20 +17,6 @@ namespace OrvexTools {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-class Memory final : public ByteSource {
- public:
-  explicit Memory(Bytes bytes) : m_bytes(std::move(bytes)) {}
-  std::uint64_t Size() const override { return m_bytes.size(); }
-  bool Read(std::uint64_t offset, std::span<std::uint8_t> target) override {
-    if (offset > m_bytes.size() || target.size() > m_bytes.size() - offset) return false;
-    std::memcpy(target.data(), m_bytes.data() + offset, target.size());
-    return true;
-  }
-
- private:
-  Bytes m_bytes;
-};
 
 // A disk that stands still until it is let go, and may break.
 class TestDisk final : public ByteSink {
@@ -98,7 +84,7 @@ Bytes Written(const std::vector<std::size_t>& sizes) {
 }
 
 RecordingReader Opened(Bytes bytes) {
-  return RecordingReader(std::make_unique<Memory>(std::move(bytes)), "file");
+  return RecordingReader(std::make_unique<OrvexTest::MemoryBytes>(std::move(bytes)), "file");
 }
 
 // True when that frame is there and as it was written.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <ostream>
 
@@ -11,6 +12,7 @@
 #include "tools/Images.h"
 #include "tools/Nodes.h"
 #include "tools/RateMeter.h"
+#include "tools/RunOptions.h"
 #include "tools/Stop.h"
 #include "tools/StreamFacts.h"
 #include "tools/recording/RecordingWriter.h"
@@ -26,11 +28,8 @@ constexpr std::size_t sk_megabyte = std::size_t{1} << 20;
 struct Options {
   Search search;
   std::string file;
-  double seconds = 0;
-  std::uint64_t frames = 0;
+  RunOptions run;
   std::size_t ringMegabytes = 256;
-  std::string format;
-  double patienceSeconds = 5;
 };
 
 constexpr Field sk_fields[] = {
@@ -98,43 +97,48 @@ class Recorder {
                  options.ringMegabytes * sk_megabyte) {}
 
   void Run() {
-    std::optional<Failure> lost;
-    {
+    try {
       Stream stream(m_camera);
-      try {
-        Loop(stream);
-        ReadStreamFacts(m_camera.Device().GetTLStreamNodeMap(), m_counters);
-      } catch (const Failure& failure) {
-        lost = failure;
-      }
-      if (!lost) stream.Stop();
+      Loop(stream);
+      ReadStreamFacts(m_camera.Device().GetTLStreamNodeMap(), m_counters);
+      stream.Stop();
+    } catch (const Failure& failure) {
+      Finish();
+      if (m_writer.Frames() == 0) throw;
+      throw Failure(fmt::format("{} (what came before is recorded)", failure.what()));
+    } catch (...) {
+      Finish();
+      throw;
     }
-    if (m_output.terminal && !m_output.json) m_output.out << "\r\x1b[K";
-    m_writer.Close();
-    Report();
-    if (lost) throw Failure(fmt::format("{} (what came before is recorded)", lost->what()));
+    Finish();
   }
 
  private:
   void Loop(Stream& stream) {
-    const Milliseconds patience(static_cast<std::int64_t>(m_options.patienceSeconds * 1000));
     const auto begin = Clock::now();
     auto nextLine = begin + sk_lineTime;
-    while (!StopRequested() && !m_writer.HasFailed() &&
-           (m_options.frames == 0 || m_writer.Frames() < m_options.frames)) {
-      const Frame frame = NextFrame(m_camera, stream, patience);
+    while (!StopRequested() && !m_writer.HasFailed()) {
+      const Frame frame = NextFrame(m_camera, stream, m_options.run.Patience());
       const auto now = Clock::now();
       if (frame) {
         m_meter.AddFrame(now, frame->GetSizeFilled(), frame->GetFrameId(), frame->IsIncomplete());
         m_writer.Add(FactsOf(*frame), {frame->GetData(), frame->GetSizeFilled()});
       }
-      if (m_options.seconds > 0 &&
-          std::chrono::duration<double>(now - begin).count() >= m_options.seconds)
-        break;
+      if (m_options.run.AreOver(now - begin, m_writer.Frames())) break;
       if (now < nextLine || m_output.json || !m_output.terminal) continue;
       PrintLine(now);
       nextLine = now + sk_lineTime;
     }
+  }
+
+  // A file without a frame would only be in the way of the next attempt.
+  void Finish() {
+    if (m_output.terminal && !m_output.json) m_output.out << "\r\x1b[K";
+    m_writer.Close();
+    if (m_writer.Frames() > 0) return Report();
+    std::error_code ignored;
+    if (std::filesystem::is_regular_file(std::filesystem::symlink_status(m_options.file)))
+      std::filesystem::remove(m_options.file, ignored);
   }
 
   void PrintLine(TimePoint now) {
@@ -184,7 +188,7 @@ void RunRecord(const Options& options, const Output& output) {
   Camera camera(library, library.Find(options.search.device, options.search.Wait()),
                 Access::Control);
   std::optional<Setting> format;
-  if (!options.format.empty()) format.emplace(camera, "PixelFormat", options.format);
+  if (!options.run.format.empty()) format.emplace(camera, "PixelFormat", options.run.format);
   const Setting mode(camera, "AcquisitionMode", "Continuous");
   Recorder(options, output, camera).Run();
 }
@@ -201,23 +205,13 @@ void AddRecordCommand(CLI::App& program, Output& output) {
       ->add_option("-o,--output", pOptions->file,
                    "The recording, a new file; `orvex replay` and `orvex sim --replay` read it")
       ->required();
-  pCommand->add_option("--frames", pOptions->frames, "Stop after so many frames")
-      ->check(CLI::PositiveNumber);
-  pCommand->add_option("--seconds", pOptions->seconds, "Stop after so many seconds")
-      ->check(CLI::Range(0.1, 1e7));
   pCommand
       ->add_option("--ring", pOptions->ringMegabytes,
                    "Megabytes of memory that bridge pauses of the disk; frames that find it full "
                    "are dropped and counted")
       ->check(CLI::Range(std::size_t{4}, std::size_t{1} << 20))
       ->capture_default_str();
-  pCommand->add_option("--format", pOptions->format,
-                       "Pixel format that the camera is to send; it gets its own back after");
-  pCommand
-      ->add_option("--timeout", pOptions->patienceSeconds,
-                   "Seconds without a frame after which to give up")
-      ->check(CLI::Range(0.1, 86'400.0))
-      ->capture_default_str();
+  AddRunOptions(*pCommand, pOptions->run);
   pCommand->callback([pOptions, &output] { RunRecord(*pOptions, output); });
 }
 

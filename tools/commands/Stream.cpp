@@ -9,6 +9,7 @@
 #include "tools/Failure.h"
 #include "tools/Nodes.h"
 #include "tools/RateMeter.h"
+#include "tools/RunOptions.h"
 #include "tools/Stop.h"
 #include "tools/StreamFacts.h"
 
@@ -21,11 +22,8 @@ constexpr std::chrono::seconds sk_lineTime{1};
 
 struct Options {
   Search search;
-  double seconds = 0;
-  std::uint64_t frames = 0;
+  RunOptions run;
   std::size_t buffers = 0;
-  std::string format;
-  double patienceSeconds = 5;
 };
 
 constexpr Field sk_fields[] = {
@@ -90,9 +88,8 @@ void RunStream(const Options& options, const Output& output) {
   Camera camera(library, library.Find(options.search.device, options.search.Wait()),
                 Access::Control);
   std::optional<Setting> format;
-  if (!options.format.empty()) format.emplace(camera, "PixelFormat", options.format);
+  if (!options.run.format.empty()) format.emplace(camera, "PixelFormat", options.run.format);
   const Setting mode(camera, "AcquisitionMode", "Continuous");
-  const Milliseconds patience(static_cast<std::int64_t>(options.patienceSeconds * 1000));
 
   RateMeter meter;
   Record counters;
@@ -103,14 +100,12 @@ void RunStream(const Options& options, const Output& output) {
     const auto begin = Clock::now();
     auto nextLine = begin + sk_lineTime;
     try {
-      while (!StopRequested() && (options.frames == 0 || meter.Frames() < options.frames)) {
-        const Frame frame = NextFrame(camera, stream, patience);
+      while (!StopRequested()) {
+        const Frame frame = NextFrame(camera, stream, options.run.Patience());
         const auto now = Clock::now();
         if (frame)
           meter.AddFrame(now, frame->GetSizeFilled(), frame->GetFrameId(), frame->IsIncomplete());
-        if (options.seconds > 0 &&
-            std::chrono::duration<double>(now - begin).count() >= options.seconds)
-          break;
+        if (options.run.AreOver(now - begin, meter.Frames())) break;
         if (now < nextLine || output.json) continue;
         PrintLiveLine(camera, meter, output);
         nextLine = now + sk_lineTime;
@@ -136,21 +131,11 @@ void AddStreamCommand(CLI::App& program, Output& output) {
       program.add_subcommand("stream", "Stream and show rates and losses until Ctrl-C");
   AddJsonFlag(*pCommand, output);
   AddDeviceArgument(*pCommand, pOptions->search);
-  pCommand->add_option("--seconds", pOptions->seconds, "Stop after so many seconds")
-      ->check(CLI::Range(0.1, 1e7));
-  pCommand->add_option("--frames", pOptions->frames, "Stop after so many frames")
-      ->check(CLI::PositiveNumber);
   pCommand
       ->add_option("--buffers", pOptions->buffers,
                    "Buffers to use; chosen from the camera's data rate if not given")
       ->check(CLI::Range(std::size_t{1}, std::size_t{100'000}));
-  pCommand->add_option("--format", pOptions->format,
-                       "Pixel format that the camera is to send; it gets its own back after");
-  pCommand
-      ->add_option("--timeout", pOptions->patienceSeconds,
-                   "Seconds without a frame after which to give up")
-      ->check(CLI::Range(0.1, 86'400.0))
-      ->capture_default_str();
+  AddRunOptions(*pCommand, pOptions->run);
   pCommand->callback([pOptions, &output] { RunStream(*pOptions, output); });
 }
 
