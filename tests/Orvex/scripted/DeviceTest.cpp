@@ -26,13 +26,6 @@ class CameraOpening : public ScriptedTest {
   DeviceInfo m_info;
 };
 
-Step Url(const char* module, const Calls& then) {
-  return {std::string("GCGetPortURL(") + module + ")",
-          "AccessException | AccessException (GC_ERR_ACCESS_DENIED): Unable to get port URL "
-          "(NodeMapUtility.cpp, GetUrl)",
-          then};
-}
-
 TEST_F(CameraOpening, FollowsItsStepsOrLeavesNothingOpen) {
   const char* const sk_streams = "Device.cpp, EnumerateStreams";
   const Calls closeDevice = {"DevClose(cam0)"};
@@ -60,18 +53,18 @@ TEST_F(CameraOpening, FollowsItsStepsOrLeavesNothingOpen) {
       Checked("DevGetDataStreamID(cam0, 0)", "Unable to open datastream", sk_streams, closeDevice),
       Checked("DevOpenDataStream(cam0, stream0)", "Unable to open datastream", sk_streams,
               closeDevice),
-      Url("cam0.stream0", closeFirst),
+      UrlStep("cam0.stream0", closeFirst),
       Checked("DevGetDataStreamID(cam0, 1)", "Unable to open datastream", sk_streams, closeFirst),
       Checked("DevOpenDataStream(cam0, stream1)", "Unable to open datastream", sk_streams,
               closeFirst),
-      Url("cam0.stream1", closeBoth)};
+      UrlStep("cam0.stream1", closeBoth)};
   const Steps remote = {Checked("DevGetPort(cam0)", "Unable to get remote device",
                                 "NodeMapUtility.cpp, GetRemotePort", closeDevice),
                         PassedOver("GCGetNumPortURLs(cam0.remote)")};
   Operation create;
   create.prepare = [this] { OpenTwoStreams(); };
   create.act = [this] { Create(); };
-  create.steps = Steps{PassedOver("IFOpenDevice(cam0, 3)"), Url("cam0", closeDevice)} + remote +
+  create.steps = Steps{PassedOver("IFOpenDevice(cam0, 3)"), UrlStep("cam0", closeDevice)} + remote +
                  urlInfos + streams;
   const auto callsOf = [](const Steps& steps) {
     Calls calls;

@@ -102,6 +102,13 @@ Step PassedOver(const std::string& call) {
   return {call, ""};
 }
 
+Step UrlStep(const std::string& module, const Calls& then) {
+  return {"GCGetPortURL(" + module + ")",
+          "AccessException | AccessException (GC_ERR_ACCESS_DENIED): Unable to get port URL "
+          "(NodeMapUtility.cpp, GetUrl)",
+          then};
+}
+
 Step PortAccess(const std::string& call, const Calls& then) {
   const bool reads = FunctionOf(call) == "GCReadPort";
   const std::string said = FunctionOf(call) + " refused";

@@ -48,6 +48,8 @@ std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
 Step Checked(const std::string& call, const std::string& whatFailed, const std::string& place,
              const Calls& then = {}, std::string gentlName = "");
 Step PassedOver(const std::string& call);
+// The query of a module's URL, which has the short form.
+Step UrlStep(const std::string& module, const Calls& then);
 // A port access by a node: the node's name may stand before the port's own message.
 Step PortAccess(const std::string& call, const Calls& then = {});
 

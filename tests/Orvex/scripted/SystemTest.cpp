@@ -21,20 +21,12 @@ const std::string sk_alreadyOpen =
                "Library already initialized (must initialize only once)", sk_opening, "GCInitLib") +
     "GCInitLib refused";
 
-// A module's URL is asked for in the short form.
-Step Url(const std::string& module, const Calls& then) {
-  return {"GCGetPortURL(" + module + ")",
-          "AccessException | AccessException (GC_ERR_ACCESS_DENIED): Unable to get port URL "
-          "(NodeMapUtility.cpp, GetUrl)",
-          then};
-}
-
 // What each interface that is new to the library takes, and what follows when that is refused.
 Steps OpeningSteps(const std::string& id, int index, const Calls& then) {
   return {Checked("TLGetInterfaceID(" + std::to_string(index) + ", 20)",
                   "Unable to get interface ID", sk_enumerating, then),
           Checked("TLOpenInterface(" + id + ")", "Unable to open interface", sk_enumerating, then),
-          Url(id, Calls{"IFClose(" + id + ")"} + then)};
+          UrlStep(id, Calls{"IFClose(" + id + ")"} + then)};
 }
 
 Step UpdateStep(const char* function) {
@@ -70,7 +62,7 @@ TEST_F(Library, OpensOrLeavesNothingOpen) {
                      Checked("TLOpen()", "Unable to open system", sk_opening), CountStep(close)} +
                OpeningSteps("if0", 0, close) +
                OpeningSteps("if1", 1, Calls{"IFClose(if0)"} + close) +
-               Steps{Url("system", Calls{"IFClose(if1)", "IFClose(if0)"} + close)};
+               Steps{UrlStep("system", Calls{"IFClose(if1)", "IFClose(if0)"} + close)};
   // The read is not looked at, what the parser makes of it is.
   open.reads = {{"GCReadPort(system, 1048576)", "RuntimeException | *",
                  Calls{"IFClose(if1)", "IFClose(if0)"} + close}};
