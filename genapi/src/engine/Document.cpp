@@ -77,6 +77,8 @@ unsigned Document::LineOf(pugi::xml_node element) const {
 // What the parser would take memory for is counted before it does. Elements have one or two
 // brackets.
 void Document::CheckSize() const {
+  constexpr size_t sk_smallestElement = 4;
+  if (m_text.size() < sk_smallestElement * sk_maxXmlElements) return;
   const auto count = [&](char c) {
     return static_cast<size_t>(std::count(m_text.begin(), m_text.end(), c));
   };

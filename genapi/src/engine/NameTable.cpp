@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/NameTable.h"
 
+#include <Base/GCException.h>
+
 #include <cstring>
 #include <random>
 
@@ -31,23 +33,30 @@ uint32_t NameTable::Hash(std::string_view name) const {
 }
 
 uint32_t NameTable::SlotOf(std::string_view name, uint32_t hash) const {
+  constexpr uint32_t sk_tags = (1u << sk_tagBits) - 1;
   uint32_t at = hash & m_mask;
-  for (; m_slots[at].entry != sk_none; at = (at + 1) & m_mask) {
-    if (m_slots[at].hash != hash) continue;
+  for (; m_slots[at] != sk_none; at = (at + 1) & m_mask) {
+    if ((m_slots[at] & sk_tags) != hash >> (32 - sk_tagBits)) continue;
     Entry entry;
-    const char* p = At(m_slots[at].entry);
+    const char* p = At(m_slots[at]);
     std::memcpy(&entry, p, sizeof entry);
     if (name == std::string_view(p + sizeof entry, entry.length)) break;
   }
   return at;
 }
 
+uint32_t NameTable::FreeSlotOf(uint32_t hash) const {
+  uint32_t at = hash & m_mask;
+  while (m_slots[at] != sk_none) at = (at + 1) & m_mask;
+  return at;
+}
+
 uint32_t NameTable::Find(std::string_view name) const {
   if (m_slots.empty()) return sk_none;
-  const Slot& slot = m_slots[SlotOf(name, Hash(name))];
-  if (slot.entry == sk_none) return sk_none;
+  const Slot slot = m_slots[SlotOf(name, Hash(name))];
+  if (slot == sk_none) return sk_none;
   Entry entry;
-  std::memcpy(&entry, At(slot.entry), sizeof entry);
+  std::memcpy(&entry, At(slot), sizeof entry);
   return entry.index;
 }
 
@@ -55,18 +64,24 @@ const char* NameTable::Add(std::string_view name, uint32_t index) {
   if ((m_used + 1) * 2 > m_slots.size()) Grow();
   const uint32_t hash = Hash(name);
   Slot& slot = m_slots[SlotOf(name, hash)];
-  if (slot.entry != sk_none) return nullptr;
+  if (slot != sk_none) return nullptr;
 
-  constexpr uint32_t sk_block = 1u << sk_blockBits;
-  const auto need = static_cast<uint32_t>(sizeof(Entry) + name.size() + 1);
-  static_assert(sizeof(Entry) + sk_maxNodeNameLength + 1 <= sk_block);
-  if (m_blocks.empty() || need > sk_block - m_blockUsed) {
-    m_blocks.emplace_back(new char[sk_block]);
+  constexpr size_t sk_maxBlocks = 1u << (32 - sk_tagBits - sk_blockBits);
+  static_assert(sizeof(Entry) + sk_maxNodeNameLength + 1 <= sk_blockUnits * sk_unit);
+  const auto need =
+      static_cast<uint32_t>((sizeof(Entry) + name.size() + 1 + sk_unit - 1) / sk_unit);
+  if (m_blocks.empty() || need > sk_blockUnits - m_blockUsed) {
+    // One block less than there could be, so that no slot looks free.
+    if (m_blocks.size() + 1 >= sk_maxBlocks) {
+      throw RUNTIME_EXCEPTION("Camera description: the names of all nodes are too long");
+    }
+    m_blocks.emplace_back(new char[size_t{sk_blockUnits} * sk_unit]);
     m_blockUsed = 0;
   }
-  slot = {hash, static_cast<uint32_t>(m_blocks.size() - 1) << sk_blockBits | m_blockUsed};
-  char* p = m_blocks.back().get() + m_blockUsed;
-  const Entry entry{index, static_cast<uint32_t>(name.size())};
+  const auto place = static_cast<uint32_t>(m_blocks.size() - 1) << sk_blockBits | m_blockUsed;
+  slot = place << sk_tagBits | hash >> (32 - sk_tagBits);
+  char* p = m_blocks.back().get() + size_t{m_blockUsed} * sk_unit;
+  const Entry entry{hash, index, static_cast<uint32_t>(name.size())};
   std::memcpy(p, &entry, sizeof entry);
   std::memcpy(p + sizeof entry, name.data(), name.size());
   p[sizeof entry + name.size()] = 0;
@@ -85,14 +100,14 @@ void NameTable::Clear() {
 }
 
 void NameTable::Grow() {
-  std::vector<Slot> old(m_slots.empty() ? 256 : m_slots.size() * 2, Slot{0, sk_none});
+  std::vector<Slot> old(m_slots.empty() ? 256 : m_slots.size() * 2, sk_none);
   old.swap(m_slots);
   m_mask = static_cast<uint32_t>(m_slots.size() - 1);
-  for (const Slot& slot : old) {
-    if (slot.entry == sk_none) continue;
-    uint32_t at = slot.hash & m_mask;
-    while (m_slots[at].entry != sk_none) at = (at + 1) & m_mask;
-    m_slots[at] = slot;
+  for (const Slot slot : old) {
+    if (slot == sk_none) continue;
+    Entry entry;
+    std::memcpy(&entry, At(slot), sizeof entry);
+    m_slots[FreeSlotOf(entry.hash)] = slot;
   }
 }
 
