@@ -105,16 +105,22 @@ void CameraCore::BindForeign(const ForeignDescription& foreign) {
   };
   command("AcquisitionStart", &CameraCore::StartAcquisition);
   command("AcquisitionStop", &CameraCore::StopAcquisition);
-  for (auto& [address, list] : fields) AddForeignRegister(std::move(list));
-
-  for (const ForeignRegister& flag : foreign.Flags()) {
-    if (flag.address < sk_firstOwnRegister || fields.contains(flag.address)) continue;
-    uint8_t bytes[8];
-    const std::span<uint8_t> whole(bytes, flag.length);
-    ReadPlain(flag.address, whole);
-    flag.Store(whole, flag.Load(whole) | (uint64_t{1} << flag.shift));
-    WritePlain(flag.address, whole);
+  std::vector<std::pair<ForeignRegister, uint64_t>> start;  // of plain memory
+  // Formulas divide by these.
+  for (const char* name :
+       {"BinningHorizontal", "BinningVertical", "DecimationHorizontal", "DecimationVertical"}) {
+    if (const auto place = foreign.RegisterOf(name)) start.emplace_back(*place, 1);
   }
+  for (const ForeignRegister& flag : foreign.Flags()) start.emplace_back(flag, 1);
+  for (const auto& [place, value] : start) {
+    if (place.address < sk_firstOwnRegister || fields.contains(place.address)) continue;
+    uint8_t bytes[8];
+    const std::span<uint8_t> whole(bytes, place.length);
+    ReadPlain(place.address, whole);
+    place.Store(whole, (place.Load(whole) & ~place.mask) | value << place.shift);
+    WritePlain(place.address, whole);
+  }
+  for (auto& [address, list] : fields) AddForeignRegister(std::move(list));
 }
 
 // One register of possibly several features: bits that no feature leads elsewhere stay memory.

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frames made elsewhere that a camera replays in place of a model's own: the seam for recordings
 // and for programs that bring their own pictures. Give one to CameraOptions::source. A source
-// belongs to one camera; after the camera was made it is used by the streaming thread alone.
+// belongs to one camera. After the camera was made, frames are asked for by its streaming thread
+// alone; the numbers of them and of their bytes may be asked for by any thread and never change.
 
 #include <cstddef>
 #include <cstdint>
