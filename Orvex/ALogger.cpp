@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/ALogger.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <ctime>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
-#include <iterator>
+#include <limits>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <utility>
 
 #include "GenApiCustom.h"
 #include "Orvex/LogSinks.h"
@@ -32,6 +36,36 @@ constexpr struct {
 std::mutex g_instanceMutex;
 TavikLog::ITavikLog* g_pInstance = nullptr;  // by g_instanceMutex
 
+// Records that are on their way are written, then the sinks stop.
+void EndLogging() {
+  {
+    const std::lock_guard lock(g_instanceMutex);
+    if (std::exchange(g_pInstance, nullptr) != nullptr) TavikLog::Deinit();
+  }
+  for (const auto& row : sk_sinkKeys) StopLogSink(row.kind);
+}
+
+// A process that ends without closing the library would lose its last records. A fork of it has
+// none of the threads, so it is left alone.
+void EndLoggingWithTheProcess() {
+  static std::atomic<pid_t> s_process;
+  s_process = ::getpid();
+  static const int sk_registered = std::atexit([] {
+    if (::getpid() == s_process) EndLogging();
+  });
+  static_cast<void>(sk_registered);
+}
+
+// Conversions of the JSON library fold numbers into the type; one that does not fit is a mistake.
+template <typename Number>
+Number NumberOf(const json& value) {
+  if (!value.is_number_integer()) throw std::invalid_argument("no whole number");
+  const auto number = value.get<double>();  // exact within the range of every type used here
+  if (number < std::numeric_limits<Number>::min() || number > std::numeric_limits<Number>::max())
+    throw std::out_of_range("number out of range");
+  return static_cast<Number>(number);
+}
+
 // Null when there is no such file.
 json ReadConfiguration() {
   std::ifstream file(sk_configurationFile);
@@ -45,7 +79,7 @@ void LogAt(int level, const std::string& userId, const std::string& message) {
   try {
     json record{{"userid", userId}, {"message", message}, {"level", level}};
     ALogger::Log(record);
-  } catch (const std::exception&) {  // a text that is no UTF-8 cannot be logged
+  } catch (const std::exception&) {  // logging never fails whoever logs
   }
 }
 
@@ -80,10 +114,11 @@ ALogger::ALogger() {
 
 void ALogger::Configure(const json& configuration) {
   const json& ports = configuration.at("ports");
-  m_portOrvexIn = ports.at("orvex_in").get<uint16_t>();
-  m_portOrvexOut = ports.at("orvex_out").get<uint16_t>();
-  m_levelOut = configuration.at("levels").at("orvex").get<int32_t>();
-  const uint16_t portQxIn = ports.at("qx_in").get<uint16_t>();
+  m_portOrvexIn = NumberOf<uint16_t>(ports.at("orvex_in"));
+  m_portOrvexOut = NumberOf<uint16_t>(ports.at("orvex_out"));
+  m_levelOut = NumberOf<int32_t>(configuration.at("levels").at("orvex"));
+  const auto portQxIn = NumberOf<uint16_t>(ports.at("qx_in"));
+  EndLoggingWithTheProcess();
 
   TavikLog::ITavikLog& transport = *g_pInstance;
   transport.RegisterOutPort(m_portOrvexOut);
@@ -102,17 +137,14 @@ void ALogger::Configure(const json& configuration) {
 
 ALogger::~ALogger() {
   try {
-    TavikLog::ITavikLog* pInstance = nullptr;
     {
       const std::lock_guard lock(g_instanceMutex);
-      std::swap(pInstance, g_pInstance);
+      if (g_pInstance != nullptr) {
+        g_pInstance->UnregisterInPort(m_portOrvexIn);
+        g_pInstance->UnregisterOutPort(m_portOrvexOut);
+      }
     }
-    if (pInstance != nullptr) {
-      pInstance->UnregisterInPort(m_portOrvexIn);
-      pInstance->UnregisterOutPort(m_portOrvexOut);
-      TavikLog::Deinit();
-    }
-    for (const auto& row : sk_sinkKeys) StopLogSink(row.kind);
+    EndLogging();
   } catch (...) {
   }
 }
@@ -127,7 +159,8 @@ void ALogger::Log(json& record) {
 }
 
 int ALogger::SendLog(const json& record) {
-  const std::string text = record.dump();
+  // A text that is no UTF-8, such as a camera's, is mended rather than lost.
+  const std::string text = record.dump(-1, ' ', false, json::error_handler_t::replace);
   const std::lock_guard lock(g_instanceMutex);
   if (g_pInstance == nullptr) return 0;
   static_cast<void>(g_pInstance->Send(text));
@@ -169,31 +202,5 @@ ORVEX_LEVEL(Info, 400)
 ORVEX_LEVEL(Debug, 500)
 ORVEX_LEVEL(Verbose, 600)
 #undef ORVEX_LEVEL
-
-const char* LevelName(int level) {
-  constexpr const char* sk_names[] = {"FATAL", "ERROR", "WARNING", "INFO", "DEBUG", "VERBOSE"};
-  const bool known = level % 100 == 0 && level >= 100 && level <= 600;
-  return known ? sk_names[level / 100 - 1] : "NOLOG";
-}
-
-std::string RecordText(const std::string& record) {
-  const json fields = json::parse(record);
-  const int64_t milliseconds = std::stoll(fields.at("timestamp").get<std::string>());
-  const std::time_t seconds = milliseconds / 1000;
-  std::tm local{};
-  ::localtime_r(&seconds, &local);
-  char time[40];
-  std::snprintf(time, sizeof(time), "[ %02d:%02d:%02d.%03d", local.tm_hour, local.tm_min,
-                local.tm_sec, static_cast<int>(milliseconds % 1000));
-  const auto padded = [](const std::string& text, size_t width) {
-    return text.size() < width ? std::string(width - text.size(), '.') + text : text;
-  };
-  std::string text = time;
-  text += " ] :: [ " + padded(LevelName(fields.at("level").get<int>()), 7);
-  text += " ] :: [ " + padded(fields.at("module").get<std::string>(), 9) + " ] ||>  ";
-  const std::string userId = fields.at("userid").get<std::string>();
-  if (!userId.empty()) text += "(" + userId + ") ";
-  return text + fields.at("message").get<std::string>() + "\n";
-}
 
 }  // namespace Orvex

@@ -3,8 +3,9 @@
 // The library's log. Records are JSON texts that the log transport carries to other processes and
 // back to this one, where up to three sinks write them: console, JSON file and text file, each on
 // a thread of its own. What runs is said by the file "tavik_log.conf" in the current directory;
-// without it nothing is logged. Owned by the system. The level operations may be called from any
-// thread and never wait for a reader; when no logger lives they do nothing.
+// without it nothing is logged. Owned by the system; a process that ends without destroying it
+// still gets its last records written. The level operations may be called from any thread and never
+// wait for a reader; when no logger lives they do nothing.
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -60,12 +61,5 @@ class ALogger : public TavikLog::ILogSink, public TavikLog::IFilter, public Tavi
   uint16_t m_portOrvexOut = 0;
   int32_t m_levelOut = 400;
 };
-
-// "[ 14:02:07.031 ] :: [ ...INFO ] :: [ ....Orvex ] ||>  (SERIAL) message" with a line end, in
-// local time. Throws what the JSON parser throws for a text that is no record.
-std::string RecordText(const std::string& record);
-
-// Name of a level's number; "NOLOG" for numbers that are none.
-const char* LevelName(int level);
 
 }  // namespace Orvex

@@ -13,20 +13,32 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "Orvex/ALogger.h"
+#include "TavikLog/LogRecord.h"
 
 namespace Orvex {
 namespace {
 
-// Records wait here when their sink does not run; the oldest go when there are more.
+// Records wait here when their sink does not run or is slow; the oldest go when there are more.
 constexpr size_t sk_maxQueuedRecords = 100000;
+constexpr size_t sk_maxQueuedBytes = 16 << 20;
 
 struct Sink {
   std::deque<std::string> queue;  // by mutex
+  size_t bytes = 0;               // in the queue, by mutex
   std::mutex mutex;
   std::condition_variable changed;
   bool kill = false;  // by mutex
   std::thread thread;
+
+  std::string Take() {
+    std::string record = std::move(queue.front());
+    queue.pop_front();
+    bytes -= record.size();
+    return record;
+  }
+  bool IsFullFor(const std::string& record) const {
+    return queue.size() >= sk_maxQueuedRecords || bytes + record.size() > sk_maxQueuedBytes;
+  }
 };
 
 // Never destroyed, so that records may come while the process ends.
@@ -51,26 +63,27 @@ void Serve(Sink& sink, Write write) {
     std::unique_lock lock(sink.mutex);
     sink.changed.wait(lock, [&sink] { return !sink.queue.empty() || sink.kill; });
     while (!sink.queue.empty()) {
-      const std::string record = std::move(sink.queue.front());
-      sink.queue.pop_front();
+      const std::string record = sink.Take();
       lock.unlock();
-      try {
-        if (!record.empty()) write(record);
-      } catch (const std::exception&) {  // not a record of ours: anyone on this machine may send
-      }
+      if (!record.empty()) write(record);
       lock.lock();
     }
     kill = sink.kill;
   }
 }
 
+void WriteText(std::ostream& stream, const std::string& text) {
+  const auto record = TavikLog::ParseRecord(text);  // anyone on this machine may send what is none
+  if (record) stream << TavikLog::RecordText(*record) << std::flush;
+}
+
 void ServeConsole(Sink& sink) {
-  Serve(sink, [](const std::string& record) { std::cout << RecordText(record) << std::flush; });
+  Serve(sink, [](const std::string& record) { WriteText(std::cout, record); });
 }
 
 void ServeFile(Sink& sink) {
   std::ofstream file("orvex_" + StartTime() + ".log", std::ios::trunc);
-  Serve(sink, [&file](const std::string& record) { file << RecordText(record) << std::flush; });
+  Serve(sink, [&file](const std::string& record) { WriteText(file, record); });
 }
 
 void ServeJson(Sink& sink) {
@@ -103,8 +116,9 @@ void PushToLogSink(LogSinkKind kind, const std::string& record) {
   Sink& sink = SinkOf(kind);
   {
     const std::lock_guard lock(sink.mutex);
-    if (sink.queue.size() >= sk_maxQueuedRecords) sink.queue.pop_front();
+    while (!sink.queue.empty() && sink.IsFullFor(record)) sink.Take();
     sink.queue.push_back(record);
+    sink.bytes += record.size();
   }
   sink.changed.notify_one();
 }

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Carries log records between processes of one machine, over UDP ports of the loopback address
 // 127.0.0.1. One record is one datagram: its text and nothing else. A record that nobody reads, or
-// not fast enough, is lost; nothing here ever waits for a reader.
+// not fast enough, is lost; nothing here ever waits for a reader. What this process sends to a port
+// of its own takes no socket and is lost only when its sink falls megabytes behind.
 //
 // One instance in a process: Init makes it or returns the one there is, Deinit ends it. All
 // operations may be called from any thread, but none of them from inside a callback. Nothing
@@ -10,11 +11,9 @@
 #include <cstdint>
 #include <string>
 
-namespace TavikLog {
+#include "TavikLog/Limits.h"
 
-// Limits of what is sent and accepted.
-inline constexpr size_t sk_maxRecordBytes = 65507;  // what one IPv4 datagram holds
-inline constexpr size_t sk_maxPorts = 64;           // of one kind
+namespace TavikLog {
 
 // Told of every record that arrived and passed the filter. Called on the instance's thread.
 class ILogSink {
@@ -44,8 +43,9 @@ class ITavikLog {
   virtual void UnregisterOutPort(uint16_t port) = 0;
 
   // A port on which records are received. False when another process has it; records of this
-  // process for that port then arrive there.
+  // process for that port still come to this process's sink, and to it alone.
   virtual bool RegisterInPort(uint16_t port) = 0;
+  // What had arrived before is delivered when this returns.
   virtual void UnregisterInPort(uint16_t port) = 0;
 
   // A port that every record is sent to, whoever listens there; this process may.
@@ -68,7 +68,8 @@ class ITavikLog {
 // socket.
 ITavikLog* Init();
 
-// Ends the instance: its thread has stopped and no callback runs any more when it returns.
+// Ends the instance: what had arrived is delivered, its thread has stopped and no callback runs any
+// more when it returns. A process that ends without it loses what is on the way.
 void Deinit();
 
 }  // namespace TavikLog

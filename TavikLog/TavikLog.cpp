@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -63,6 +64,10 @@ struct Port {
   std::shared_ptr<UniqueFd> socket;  // shared with the thread's round, so it outlives its poll
 };
 
+bool Contains(const std::vector<uint16_t>& ports, uint16_t port) {
+  return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
 // No lock is taken while another is held. The thread holds m_callbackMutex while a callback for
 // arriving records runs; senders hold m_outMutex while theirs does.
 class Instance final : public ITavikLog {
@@ -99,8 +104,9 @@ class Instance final : public ITavikLog {
 
   bool RegisterInPort(uint16_t port) override {
     {
-      const std::lock_guard lock(m_mutex);
-      if (m_inPorts.size() >= sk_maxPorts) return false;
+      const std::lock_guard lock(m_outMutex);
+      if (m_ownPorts.size() >= sk_maxPorts) return false;
+      m_ownPorts.push_back(port);
     }
     UniqueFd bound = OpenSocket(port);
     if (!bound) return false;
@@ -116,6 +122,11 @@ class Instance final : public ITavikLog {
 
   void UnregisterInPort(uint16_t port) override {
     {
+      const std::lock_guard lock(m_outMutex);
+      std::erase(m_ownPorts, port);
+    }
+    Flush();
+    {
       const std::lock_guard lock(m_mutex);
       std::erase_if(m_inPorts, [port](const Port& entry) { return entry.number == port; });
     }
@@ -124,9 +135,7 @@ class Instance final : public ITavikLog {
 
   void RegisterReader(uint16_t port) override {
     const std::lock_guard lock(m_outMutex);
-    if (m_readers.size() >= sk_maxPorts) return;
-    if (std::find(m_readers.begin(), m_readers.end(), port) == m_readers.end())
-      m_readers.push_back(port);
+    if (m_readers.size() < sk_maxPorts && !Contains(m_readers, port)) m_readers.push_back(port);
   }
 
   void RegisterLogSink(ILogSink* pSink) override {
@@ -146,10 +155,20 @@ class Instance final : public ITavikLog {
 
   bool Send(const std::string& text) override {
     if (text.size() > sk_maxRecordBytes) return false;
-    const std::lock_guard lock(m_outMutex);
-    if (m_pFilterOut != nullptr && m_pFilterOut->OnFilterOut(text) == 0) return false;
     bool all = true;
-    for (const uint16_t reader : m_readers) all &= SendTo(reader, text);
+    bool own = false;
+    {
+      const std::lock_guard lock(m_outMutex);
+      if (m_pFilterOut != nullptr && m_pFilterOut->OnFilterOut(text) == 0) return false;
+      for (const uint16_t reader : m_readers) {
+        if (Contains(m_ownPorts, reader)) {
+          own = true;
+        } else {
+          all &= SendTo(reader, text);
+        }
+      }
+    }
+    if (own) all &= SendToSelf(text);
     return all;
   }
 
@@ -165,41 +184,73 @@ class Instance final : public ITavikLog {
     return sent == static_cast<ssize_t>(text.size());
   }
 
+  bool SendToSelf(const std::string& text) {
+    {
+      const std::lock_guard lock(m_mutex);
+      if (m_ownBytes + text.size() > sk_maxOwnRecordBytes) return false;
+      m_ownBytes += text.size();
+      m_ownRecords.push_back(text);
+      if (m_ownRecords.size() > 1) return true;  // the thread was woken for the first
+    }
+    Wake();
+    return true;
+  }
+
+  // Waits until the thread has delivered what has arrived by now.
+  void Flush() {
+    std::unique_lock lock(m_mutex);
+    const uint64_t wanted = ++m_flushWanted;
+    Wake();
+    m_flushed.wait(lock, [&] { return m_flushDone >= wanted; });
+  }
+
   void Wake() const {
     const uint64_t one = 1;
     if (m_wake) static_cast<void>(!::write(m_wake.Get(), &one, sizeof(one)));
   }
 
-  // The thread: waits until a port has something or the ports have changed.
+  // The thread: waits until there is a record or the ports have changed.
   void Run() {
     ::pthread_setname_np(::pthread_self(), "tavik-log");
     std::vector<std::shared_ptr<UniqueFd>> sockets;
+    std::vector<std::string> own;
     std::vector<pollfd> polls;
-    std::string text;
     for (;;) {
+      uint64_t flush = 0;
+      bool stop = false;
       sockets.clear();
+      own.clear();
       {
         const std::lock_guard lock(m_mutex);
-        if (m_stop) return;
+        stop = m_stop;
+        flush = m_flushWanted;
+        own.swap(m_ownRecords);
+        m_ownBytes = 0;
         for (const Port& port : m_inPorts) sockets.push_back(port.socket);
       }
+      for (const std::string& text : own) Deliver(text);
+      for (const auto& socket : sockets) DeliverFrom(socket->Get());
+      if (flush != m_flushDone) {
+        const std::lock_guard lock(m_mutex);
+        m_flushDone = flush;
+        m_flushed.notify_all();
+      }
+      if (stop) return;
       polls.assign(1, {m_wake.Get(), POLLIN, 0});
       for (const auto& socket : sockets) polls.push_back({socket->Get(), POLLIN, 0});
       if (::poll(polls.data(), polls.size(), -1) < 0) continue;
       uint64_t count = 0;
       if (polls[0].revents != 0) static_cast<void>(!::read(m_wake.Get(), &count, sizeof(count)));
-      for (size_t i = 1; i < polls.size(); ++i) {
-        if (polls[i].revents != 0 && Receive(polls[i].fd, text)) Deliver(text);
-      }
     }
   }
 
-  static bool Receive(int fd, std::string& text) {
-    text.resize(sk_maxRecordBytes);
-    const ssize_t size = ::recv(fd, text.data(), text.size(), MSG_DONTWAIT);
-    if (size < 0) return false;
-    text.resize(static_cast<size_t>(size));
-    return true;
+  // Delivers what waits at one port, but lets the others have their turn.
+  void DeliverFrom(int fd) {
+    for (int i = 0; i < sk_maxRecordsOfARound; ++i) {
+      const ssize_t size = ::recv(fd, m_received.data(), m_received.size(), MSG_DONTWAIT);
+      if (size < 0) return;
+      Deliver(std::string(m_received.data(), static_cast<size_t>(size)));
+    }
   }
 
   void Deliver(const std::string& text) {
@@ -209,35 +260,48 @@ class Instance final : public ITavikLog {
   }
 
   const UniqueFd m_wake;
-  std::mutex m_mutex;  // m_stop, m_inPorts
+  std::mutex m_mutex;  // all up to m_flushed
   bool m_stop = false;
   std::vector<Port> m_inPorts;
-  std::mutex m_callbackMutex;  // m_pSink, m_pFilter
+  std::vector<std::string> m_ownRecords;  // for this process's sink
+  size_t m_ownBytes = 0;                  // of them
+  uint64_t m_flushWanted = 0;
+  uint64_t m_flushDone = 0;  // written by the thread
+  std::condition_variable m_flushed;
+  std::vector<char> m_received = std::vector<char>(sk_maxRecordBytes);  // the thread's
+  std::mutex m_callbackMutex;                                           // m_pSink, m_pFilter
   ILogSink* m_pSink = nullptr;
   IFilter* m_pFilter = nullptr;
   std::mutex m_outMutex;  // all that follows but the thread
   UniqueFd m_out;
   uint16_t m_outPort = 0;
   std::vector<uint16_t> m_readers;
+  std::vector<uint16_t> m_ownPorts;  // in-ports, had or not
   IFilterOut* m_pFilterOut = nullptr;
   std::thread m_thread;
 };
 
 std::mutex g_instanceMutex;
-std::unique_ptr<Instance> g_pInstance;  // by g_instanceMutex
+
+// By g_instanceMutex. Never destroyed, so that records may come while the process ends.
+std::unique_ptr<Instance>& TheInstance() {
+  static auto* sk_pInstance = new std::unique_ptr<Instance>;
+  return *sk_pInstance;
+}
 
 }  // namespace
 
 ITavikLog* Init() {
   const std::lock_guard lock(g_instanceMutex);
-  if (!g_pInstance) g_pInstance = std::make_unique<Instance>();
-  if (!g_pInstance->IsUsable()) g_pInstance.reset();
-  return g_pInstance.get();
+  std::unique_ptr<Instance>& pInstance = TheInstance();
+  if (!pInstance) pInstance = std::make_unique<Instance>();
+  if (!pInstance->IsUsable()) pInstance.reset();
+  return pInstance.get();
 }
 
 void Deinit() {
   const std::lock_guard lock(g_instanceMutex);
-  g_pInstance.reset();
+  TheInstance().reset();
 }
 
 }  // namespace TavikLog

@@ -127,12 +127,39 @@ TEST_F(Transport, DeliversWhatArrivesOnItsPorts) {
   EXPECT_TRUE(Socket(sk_in).IsBound());
 }
 
-TEST_F(Transport, ComesBackToItsOwnPort) {
-  m_log.RegisterInPort(sk_in);
-  m_log.RegisterReader(sk_in);
-  m_log.RegisterLogSink(&m_sink);
-  for (int i = 0; i < 10; ++i) m_log.Send(std::to_string(i));
-  EXPECT_EQ(m_sink.WaitFor(10).size(), 10u);
+// However many there are at once, and whoever has the port.
+TEST_F(Transport, BringsItsOwnRecordsBackWithoutLoss) {
+  for (const bool taken : {false, true}) {
+    Socket other(taken ? sk_in + 6 : 0);
+    const auto port = static_cast<uint16_t>(taken ? sk_in + 6 : sk_in);
+    EXPECT_EQ(m_log.RegisterInPort(port), !taken);
+    m_log.RegisterReader(port);
+    Sink sink;
+    m_log.RegisterLogSink(&sink);
+    for (int i = 0; i < 5000; ++i) EXPECT_TRUE(m_log.Send(std::to_string(i)));
+    m_log.UnregisterInPort(port);
+    m_log.RegisterLogSink(nullptr);
+    const std::vector<std::string> texts = sink.WaitFor(5000);
+    ASSERT_EQ(texts.size(), 5000u);
+    EXPECT_EQ(texts.back(), "4999");
+  }
+}
+
+TEST_F(Transport, DeliversWhatHadArrivedBeforeItsEnd) {
+  for (const bool unregister : {true, false}) {
+    TavikLog::ITavikLog& log = *TavikLog::Init();
+    Socket sender(0);
+    Sink sink;
+    ASSERT_TRUE(log.RegisterInPort(sk_in));
+    log.RegisterLogSink(&sink);
+    for (int i = 0; i < 20; ++i) sender.Send(sk_in, "foreign");
+    if (unregister) {
+      log.UnregisterInPort(sk_in);
+      EXPECT_EQ(sink.WaitFor(0).size(), 20u);
+    }
+    TavikLog::Deinit();
+    EXPECT_EQ(sink.WaitFor(0).size(), 20u);
+  }
 }
 
 TEST_F(Transport, NeverWaitsForAReader) {

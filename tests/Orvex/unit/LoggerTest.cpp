@@ -2,10 +2,13 @@
 // The logger: which records leave, how they are written, and what its configuration starts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-#include <ctime>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -74,11 +77,25 @@ TEST_F(Logging, IsOffWithoutAConfiguration) {
 }
 
 TEST_F(Logging, IsOffWithABadConfiguration) {
-  for (const char* text : {"", "no json", "{\"ports\": {\"orvex_in\": 45301}}", "[1, 2]"}) {
+  Configure(false, false, false);
+  const nlohmann::json good = nlohmann::json::parse(std::ifstream("tavik_log.conf"));
+  std::vector<std::string> texts{"", "no json", "[1, 2]", "7"};
+  for (const char* path : {"/ports", "/ports/orvex_in", "/ports/orvex_out", "/ports/qx_in",
+                           "/levels/orvex", "/logging", "/logging/console"}) {
+    for (const nlohmann::json& value :
+         {nlohmann::json(), nlohmann::json("1"), nlohmann::json(1000000000000),
+          nlohmann::json(-1000000000000)}) {
+      nlohmann::json bad = good;
+      bad[nlohmann::json::json_pointer(path)] = value;
+      texts.push_back(bad.dump());
+    }
+  }
+  for (const std::string& text : texts) {
     std::ofstream("tavik_log.conf", std::ios::trunc) << text;
     ALogger logger;
     EXPECT_EQ(ALogger::SendLog({{"level", 100}}), 0) << text;
   }
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_folder), {}), 1) << "only the configuration";
 }
 
 TEST_F(Logging, WritesTextAndJsonFiles) {
@@ -105,6 +122,40 @@ TEST_F(Logging, WritesTextAndJsonFiles) {
   EXPECT_EQ(json[1]["message"], "second \"quoted\"");
 }
 
+// Two programs in one folder: the second finds the port taken, and still keeps its own log.
+TEST_F(Logging, WritesItsOwnRecordsWhereAnotherProcessHasThePort) {
+  Configure(false, false, true);
+  const int port = nlohmann::json::parse(std::ifstream("tavik_log.conf"))["ports"]["orvex_in"];
+  const int taken = ::socket(AF_INET, SOCK_DGRAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(::bind(taken, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  {
+    ALogger logger;
+    for (int i = 0; i < 3000; ++i) ALogger::Info("record " + std::to_string(i) + ".");
+    ALogger::Error("no UTF-8: \xFF");
+  }
+  ::close(taken);
+  const std::string text = FileWith("orvex_[0-9]{14}\\.log", "no UTF-8");
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3001);
+  EXPECT_NE(text.find("record 2999.\n"), std::string::npos);
+}
+
+TEST_F(Logging, WritesTheLastWordsOfAProcessThatClosesNothing) {
+  Configure(false, true, true);
+  const auto speakAndEnd = [] {
+    new ALogger;  // never destroyed
+    for (int i = 0; i < 500; ++i) ALogger::Info("word " + std::to_string(i) + ".");
+    std::exit(3);
+  };
+  EXPECT_EXIT(speakAndEnd(), testing::ExitedWithCode(3), "");
+  EXPECT_NE(FileWith("orvex_[0-9]{14}\\.log", "word 499.").find("word 0."), std::string::npos);
+  const auto json = nlohmann::json::parse(FileWith("orvex_[0-9]{14}\\.log\\.json", "\n]"));
+  EXPECT_EQ(json.back()["message"], "word 499.");
+}
+
 TEST_F(Logging, WritesToTheConsole) {
   Configure(true, false, false, 600);
   testing::internal::CaptureStdout();
@@ -118,13 +169,6 @@ TEST_F(Logging, WritesToTheConsole) {
   const std::string text = testing::internal::GetCapturedStdout();
   EXPECT_NE(text.find(".005 ] :: [ ..NOLOG ] :: [ ........M ] ||>  direct\n"), std::string::npos)
       << text;
-}
-
-TEST(LogLevels, HaveNames) {
-  const std::pair<int, const char*> sk_names[] = {{100, "FATAL"}, {200, "ERROR"}, {300, "WARNING"},
-                                                  {400, "INFO"},  {500, "DEBUG"}, {600, "VERBOSE"},
-                                                  {0, "NOLOG"},   {150, "NOLOG"}, {700, "NOLOG"}};
-  for (const auto& [level, name] : sk_names) EXPECT_STREQ(LevelName(level), name);
 }
 
 }  // namespace
