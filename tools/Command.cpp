@@ -6,11 +6,6 @@
 #include "tools/Failure.h"
 
 namespace OrvexTools {
-namespace {
-
-constexpr unsigned sk_maxWaitMs = 60'000;
-
-}  // namespace
 
 void AddJsonFlag(CLI::App& command, Output& output) {
   command.add_flag("--json", output.json, "Write the result as JSON");

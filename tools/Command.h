@@ -30,6 +30,8 @@ void AddActionCommand(CLI::App& program, Output& output);
 void AddForceIpCommand(CLI::App& program, Output& output);
 void AddChunksCommand(CLI::App& program, Output& output);
 void AddEventsCommand(CLI::App& program, Output& output);
+void AddUnicastCommand(CLI::App& program, Output& output);
+void AddLogCommand(CLI::App& program, Output& output);
 void AddSendCommand(CLI::App& program, Output& output);
 void AddReceiveCommand(CLI::App& program, Output& output);
 void AddDoctorCommand(CLI::App& program, Output& output);
@@ -42,6 +44,8 @@ inline constexpr const char* sk_deviceHelp =
     "Serial number, user-defined name, IP or MAC address of the camera, or a part of one that fits "
     "no other; may be left "
     "out when there is one camera";
+
+inline constexpr unsigned sk_maxWaitMs = 60'000;  // to listen for cameras
 
 // Options of every command that looks for a camera.
 struct Search {

@@ -21,9 +21,9 @@ constexpr auto sk_addCommands = {
     &AddSetCommand,        &AddExecuteCommand,      &AddGrabCommand,       &AddStreamCommand,
     &AddSaveCommand,       &AddLoadCommand,         &AddConvertCommand,    &AddLutCommand,
     &AddSelectBitsCommand, &AddDeinterleaveCommand, &AddDecompressCommand, &AddForceIpCommand,
-    &AddChunksCommand,     &AddEventsCommand,       &AddActionCommand,     &AddSendCommand,
-    &AddReceiveCommand,    &AddRecordCommand,       &AddReplayCommand,     &AddBenchCommand,
-    &AddDoctorCommand,     &AddSimCommand,
+    &AddUnicastCommand,    &AddLogCommand,          &AddChunksCommand,     &AddEventsCommand,
+    &AddActionCommand,     &AddSendCommand,         &AddReceiveCommand,    &AddRecordCommand,
+    &AddReplayCommand,     &AddBenchCommand,        &AddDoctorCommand,     &AddSimCommand,
 };
 
 bool IsNegativeNumber(const std::string& text) {

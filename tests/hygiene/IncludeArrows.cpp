@@ -32,18 +32,21 @@ const std::map<std::string, Folder> sk_arrows = {
     {"simulator",
      {{"simulator", "gigevision", "gentl"}, {"png.h", "pugixml.hpp", "tiffio.h", "zlib.h"}}},
     {"primitives", {{"primitives"}, {"hwy", "ipp.h"}}},
-    {"TavikLog", {{"TavikLog"}, {}}},
+    {"TavikLog", {{"TavikLog"}, {"nlohmann"}}},
     {"Orvex",
      {{"Orvex", "include", "genapi/include", "gentl", "primitives", "TavikLog"},
       {"boost", "nlohmann"}}},
     {"tools",
-     {{"tools", "include", "genapi/include", "simulator"},
+     {{"tools", "include", "genapi/include", "simulator", "TavikLog"},
       {"CLI", "fmt", "nlohmann", "png.h", "tiffio.h"}}},
     {"examples", {{"examples", "include", "genapi/include"}, {}}},
 };
 
-// Only the command that runs virtual cameras may know the simulator.
-constexpr const char* sk_simulatorUsers = "tools/sim/";
+// What one part of tools/ alone may know.
+const std::map<std::string, std::string> sk_onlyUsers = {
+    {"simulator", "tools/sim/"},
+    {"TavikLog", "tools/log/"},
+};
 
 // The name that a line includes.
 std::optional<std::string> IncludedBy(const std::string& line) {
@@ -128,8 +131,9 @@ TEST_P(IncludeArrows, HoldInEverySource) {
       }
       EXPECT_TRUE(allowed.ours.count(own) != 0)
           << where << ": " << GetParam() << "/ may not use " << own << "/";
-      if (GetParam() == "tools" && own == "simulator") {
-        EXPECT_EQ(relative.rfind(sk_simulatorUsers, 0), 0u) << where;
+      const auto only = sk_onlyUsers.find(own);
+      if (GetParam() == "tools" && only != sk_onlyUsers.end()) {
+        EXPECT_EQ(relative.rfind(only->second, 0), 0u) << where;
       }
     }
   }
