@@ -167,7 +167,7 @@ TEST_F(Callbacks, TellWhenACameraVanishesAndItCanBeOpenedAgain) {
   TakeFrames(1);
   for (int i = 1; i <= 2; ++i) {
     m_camera.Stop();
-    EXPECT_TRUE(callback.WaitFor(1));
+    EXPECT_TRUE(callback.WaitFor(i));
     EXPECT_FALSE(m_pDevice->IsConnected());
     EXPECT_THROW(m_pDevice->GetImage(100), GenICam::GenericException);
     m_pSystem->DeregisterDeviceDisconnectCallback(&callback);

@@ -21,7 +21,8 @@ inline constexpr uint64_t sk_discoveryTime = 200, sk_frameTime = 20000;  // ms
 // A virtual camera, small and fast, and the library with its device open.
 class Loopback : public testing::Test {
  protected:
-  explicit Loopback(OrvexSim::CameraOptions options = Options())
+  Loopback() : Loopback(Options()) {}
+  explicit Loopback(OrvexSim::CameraOptions options)
       : m_address(options.address), m_camera(std::move(options)) {
     m_camera.Start();
     m_pSystem = Orvex::OpenSystem();
