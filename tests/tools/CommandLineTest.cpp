@@ -384,8 +384,25 @@ INSTANTIATE_TEST_SUITE_P(
                     ExampleCase{"persistence", {"settings.txt", "SERIAL"}, "restored to "},
                     ExampleCase{"chunk", {"SERIAL"}, "CRC fits"},
                     ExampleCase{"events", {"SERIAL"}, "exposure of frame "},
-                    ExampleCase{"trigger", {"SERIAL"}, "trigger 4 gave frame "}),
+                    ExampleCase{"trigger", {"SERIAL"}, "trigger 4 gave frame "},
+                    ExampleCase{"action", {"SERIAL"}, "1 cameras acted together\n"},
+                    ExampleCase{"tcp", {"SERIAL", "20"}, "20 of 20 frames whole\n"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Examples, EventSensorTellsWhatMoves) {
+  m_simOptions = {"--model", "event"};
+  StartCameras();
+  const Result result = Example("event_sensor", {Serial(), "5"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.out, testing::ContainsRegex("frame [0-9]+: [1-9][0-9]* events, "));
+}
+
+TEST_F(Examples, ActionReachesSeveralCameras) {
+  StartCameras(2);
+  const Result result = Example("action", {Serial(0), Serial(1)});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("2 cameras acted together"));
+}
 
 TEST_F(Examples, DisconnectTellsTheLossOfTheCamera) {
   StartCameras();

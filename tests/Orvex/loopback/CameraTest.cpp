@@ -8,6 +8,8 @@
 
 namespace {
 
+using GenICam::gcstring;
+
 struct ChunkCamera {
   const char* name;
   const char* model;
@@ -224,6 +226,79 @@ TEST_F(EventSensor, ListsEventsWithPlaceAndTime) {
     m_pDevice->RequeueBuffer(pFrame);
   }
   EXPECT_GT(events, 1000u);
+  m_pDevice->StopStream();
+}
+
+// --- streams over TCP
+
+class TcpStream : public Loopback {
+ protected:
+  TcpStream() {
+    OpenDevice();
+    Orvex::SetNodeValue<bool>(Nodes(), "TCPEnable", true);
+  }
+  int64_t PacketSize() {
+    return Orvex::GetNodeValue<int64_t>(Nodes(), "DeviceStreamChannelPacketSize");
+  }
+  gcstring StreamId() {
+    return Orvex::GetNodeValue<gcstring>(m_pDevice->GetTLStreamNodeMap(), "StreamID");
+  }
+};
+
+TEST_F(TcpStream, BringsWholeFramesInOrder) {
+  const gcstring tcp = StreamId();
+  const int64_t before = PacketSize();
+  for (int round = 0; round < 3; ++round) {
+    m_pDevice->StartStream(5);
+    EXPECT_EQ(PacketSize(), 9000);
+    uint64_t last = 0;
+    for (int i = 0; i < 20; ++i) {
+      Orvex::IImage* pImage = m_pDevice->GetImage(sk_frameTime);
+      EXPECT_FALSE(pImage->IsIncomplete());
+      EXPECT_EQ(pImage->GetSizeFilled(), 320u * 240u);
+      EXPECT_GT(pImage->GetFrameId(), last);
+      last = pImage->GetFrameId();
+      m_pDevice->RequeueBuffer(pImage);
+    }
+    m_pDevice->StopStream();
+    EXPECT_EQ(PacketSize(), before);
+  }
+  // And over UDP again, in the same session.
+  Orvex::SetNodeValue<bool>(Nodes(), "TCPEnable", false);
+  Set("TransportStreamProtocol", "UDP");
+  EXPECT_NE(StreamId(), tcp);
+  m_pDevice->StartStream(5);
+  TakeFrames(5);
+  m_pDevice->StopStream();
+}
+
+TEST_F(TcpStream, CarriesChunksAndCallbacks) {
+  Orvex::SetNodeValue<bool>(Nodes(), "ChunkModeActive", true);
+  Counter images;
+  m_pDevice->StartStream(5);
+  Orvex::IBuffer* pFrame = m_pDevice->GetBuffer(sk_frameTime);
+  EXPECT_TRUE(pFrame->VerifyCRC());
+  m_pDevice->RequeueBuffer(pFrame);
+  m_pDevice->RegisterImageCallback(&images);
+  EXPECT_TRUE(images.WaitFor(10));
+  EXPECT_TRUE(m_pDevice->DeregisterImageCallback(&images));
+  m_pDevice->StopStream();
+}
+
+TEST_F(TcpStream, EndsWithItsCamera) {
+  Counter lost;
+  m_pSystem->RegisterDeviceDisconnectCallback(m_pDevice, &lost);
+  m_pDevice->StartStream(5);
+  TakeFrames(2);
+  m_camera.Stop();
+  EXPECT_TRUE(lost.WaitFor(1));
+  m_pSystem->DeregisterDeviceDisconnectCallback(&lost);
+  EXPECT_NO_THROW(CloseDevice());
+  m_camera.Start();
+  OpenDevice();
+  Orvex::SetNodeValue<bool>(Nodes(), "TCPEnable", true);
+  m_pDevice->StartStream(5);
+  TakeFrames(5);
   m_pDevice->StopStream();
 }
 

@@ -20,7 +20,10 @@ class TwoProcesses : public Loopback {
   static OrvexTest::Result Acquire(const std::string& serial) {
     return OrvexTest::RunToEnd(sk_build / "examples/acquisition", {serial, "20"}, Seconds(60));
   }
-  bool InControl() { return GenApi::IsWritable(Nodes()->GetNode("ExposureTime")); }
+  bool InControl() {
+    return Orvex::GetNodeValue<GenICam::gcstring>(m_pDevice->GetTLDeviceNodeMap(),
+                                                  "DeviceAccessStatus") == "OpenReadWrite";
+  }
 };
 
 TEST_F(TwoProcesses, UseTheirCamerasSideBySide) {
