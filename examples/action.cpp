@@ -25,9 +25,14 @@ void WaitForAction(Orvex::IDevice* pCamera) {
   pCamera->StartStream();
 }
 
+// The interface sends one packet to all cameras behind it; nobody is asked to acknowledge.
+// IDevice::SendActionCommand is for a single camera, which does.
 void Act(const std::vector<Orvex::IDevice*>& cameras) {
-  // One packet for all cameras behind the interface of the first; 0 is at once.
-  cameras.front()->SendActionCommand(sk_deviceKey, sk_groupKey, sk_groupMask, 0);
+  GenApi::INodeMap* pInterface = cameras.front()->GetTLInterfaceNodeMap();
+  Orvex::SetNodeValue<int64_t>(pInterface, "ActionDeviceKey", sk_deviceKey);
+  Orvex::SetNodeValue<int64_t>(pInterface, "ActionGroupKey", sk_groupKey);
+  Orvex::SetNodeValue<int64_t>(pInterface, "ActionGroupMask", sk_groupMask);
+  Orvex::ExecuteNode(pInterface, "ActionCommand");
   for (Orvex::IDevice* pCamera : cameras) {
     Orvex::IImage* pImage = pCamera->GetImage(2000);
     std::cout << "frame " << pImage->GetFrameId() << " at " << pImage->GetTimestampNs() << " ns  ";

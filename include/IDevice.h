@@ -135,7 +135,8 @@ class ORVEX_API IDevice {
   /// @return The node map; it belongs to the system. Null once the interfaces have been rebuilt.
   virtual GenApi::INodeMap* GetTLInterfaceNodeMap() = 0;
 
-  /// Sends an action command to the camera, which acts when its own keys fit.
+  /// Sends an action command to the camera, which acts and acknowledges when its own keys fit. The
+  /// command "ActionCommand" of GetTLInterfaceNodeMap reaches all cameras of the interface instead.
   /// @param deviceKey Equal to the camera's "ActionDeviceKey".
   /// @param groupKey Equal to the camera's "ActionGroupKey" of the action meant.
   /// @param groupMask Has a bit in common with the camera's "ActionGroupMask" of that action.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The rows of TransportLayerControl: mostly views of bootstrap registers.
 #include <cmath>
+#include <iterator>
+#include <string>
 
 #include "gigevision/Bootstrap.h"
 #include "simulator/CameraCore.h"
@@ -20,12 +22,56 @@ int64_t ClockId(uint64_t mac) {
   return static_cast<int64_t>((mac >> 24) << 40 | uint64_t{0xFFFE} << 24 | (mac & 0xFFFFFF));
 }
 
+// A feature over the words of the action registers that ActionSelector picks.
+void AddActionWord(FeatureTable& t, const std::string& name, uint32_t address,
+                   const std::string& docu) {
+  t.Node(name,
+         "  <Integer Name=\"" + name + "\" NameSpace=\"Standard\">\n    <ToolTip>" + docu +
+             "</ToolTip>\n    <Visibility>Guru</Visibility>\n    <pValue>" + name +
+             "_Value</pValue>\n    <Representation>HexNumber</Representation>\n  </Integer>\n"
+             "  <IntReg Name=\"" +
+             name +
+             "_Value\" NameSpace=\"Custom\">\n    <Visibility>Invisible</Visibility>\n"
+             "    <Address>" +
+             std::to_string(address) + "</Address>\n    <pIndex Offset=\"" +
+             std::to_string(B::sk_actionStride) +
+             "\">ActionSelector</pIndex>\n    <Length>4</Length>\n"
+             "    <AccessMode>RW</AccessMode>\n    <pPort>Device</pPort>\n"
+             "    <Sign>Unsigned</Sign>\n    <Endianess>BigEndian</Endianess>\n  </IntReg>\n");
+}
+
+void AddActionFeatures(FeatureTable& t) {
+  t.Category("ActionControl", "Action commands, which many cameras obey at once.");
+  t.Enumeration("ActionUnconditionalMode", {{"Off", 0}, {"On", 1}})
+      .Guru()
+      .AtBootstrap(B::sk_gvcpConfiguration, B::sk_cfgUnconditionalAction)
+      .Docu("Whether actions of hosts that do not control the camera count while nobody does.");
+  t.Integer("ActionDeviceKey")
+      .Guru()
+      .WriteOnly()
+      .Representation("HexNumber")
+      .Range(0, 0xFFFFFFFF)
+      .AtBootstrap(B::sk_actionDeviceKey)
+      .Docu("Key that an action command must carry to be meant for this camera.");
+  t.Integer("ActionSelector")
+      .Guru()
+      .Range(0, std::size(ActionState().groupKey) - 1)
+      .Transient()
+      .Selects({"ActionGroupKey", "ActionGroupMask"})
+      .Docu("Action that the following features set; 0 is the trigger source Action0.");
+  AddActionWord(t, "ActionGroupKey", B::sk_actionGroupKey,
+                "Group of cameras that the action is for.");
+  AddActionWord(t, "ActionGroupMask", B::sk_actionGroupMask,
+                "Acts when a bit is also set in the mask of the command.");
+}
+
 }  // namespace
 
 void CameraCore::AddTransportFeatures() {
   FeatureTable& t = m_features;
   using S = B::Stream;
   constexpr const char* sk_ip = "IPV4Address";
+  AddActionFeatures(t);
   t.Category("DeviceControl");
   t.Integer("DeviceStreamChannelPacketSize")
       .Expert()

@@ -24,7 +24,8 @@ void RunSet(Options& options, const Output& output) {
   WriteFeature(nodes, words[0], words[1]);
   const Record feature = DescribeFeature(NodeOf(nodes, words[0]));
   if (output.json) return PrintRecord(output, feature, {});
-  output.out << words[0] << " = " << FeatureValueText(feature) << '\n';
+  const bool readable = feature.contains("value");
+  output.out << words[0] << " = " << (readable ? FeatureValueText(feature) : words[1]) << '\n';
 }
 
 }  // namespace
