@@ -98,12 +98,12 @@ std::optional<ForeignRegister> ForeignDescription::RegisterOf(const std::string&
     if (step == sk_longestChain) return {};
     node = Find(node.child("pValue").child_value());
   }
-  const auto address = node ? AddressOf(node) : std::nullopt;
+  constexpr uint64_t nowhere = UINT64_MAX;  // no register is there: it is not aligned
+  const uint64_t address = node ? AddressOf(node).value_or(nowhere) : nowhere;
   const uint64_t length = Number(Child(node, "Length").child_value());
-  if (!address || *address % 4 != 0 || *address + 8 > 0xFFFFFFFF || (length != 4 && length != 8))
-    return {};
+  if (address % 4 != 0 || address + 8 > 0xFFFFFFFF || (length != 4 && length != 8)) return {};
   ForeignRegister reg;
-  reg.address = static_cast<uint32_t>(*address);
+  reg.address = static_cast<uint32_t>(address);
   reg.length = static_cast<uint32_t>(length);
   reg.bigEndian = std::strcmp(Child(node, "Endianess").child_value(), "BigEndian") == 0;
   const auto bits = static_cast<uint32_t>(8 * length);
