@@ -45,7 +45,8 @@ CommandHandler::Outcome CommandHandler::Handle(std::span<const uint8_t> datagram
   // Once control has ended the answer no longer holds.
   if (counts && control.owner == from && m_answered.from == from &&
       std::ranges::equal(m_answered.command, datagram)) {
-    reply = m_answered.reply;  // our answer was lost: the command must not take effect twice
+    if (header->AckRequired())
+      reply = m_answered.reply;  // our answer was lost: the command must not take effect twice
     return outcome;
   }
   m_camera.caller = from;
