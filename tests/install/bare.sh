@@ -6,7 +6,8 @@
 # removes the packages and looks for what they leave behind. Needs root and the network, so it is no part of ./dev test.
 set -euo pipefail
 packages=$1 source=$2 root=$3
-mirror=${ORVEX_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+# Where this machine takes its own packages from.
+mirror=${ORVEX_DEBIAN_MIRROR:-$(apt-get indextargets --format '$(REPO_URI)' | head -n 1)}
 
 say() { printf '==> %s\n' "$*"; }
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive "$@"; }
