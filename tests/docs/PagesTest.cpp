@@ -38,6 +38,10 @@ TEST(Documentation, ShowsOnlyBlocksThatAreTried) {
       EXPECT_TRUE(known.contains(block.kind))
           << page << ':' << block.line << " has a block of kind '" << block.kind << "'";
     }
+    const std::string text = ContentOf(page);
+    for (const char* command : {"\n    orvex ", "\n    ./dev ", "\n    sudo "})
+      EXPECT_EQ(text.find(command), std::string::npos)
+          << page << " shows a command without a fence";
   }
 }
 
