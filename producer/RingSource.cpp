@@ -20,8 +20,8 @@
 namespace OrvexGev {
 namespace {
 
-// A block is handed over after a millisecond, full or not: their number is how many milliseconds the
-// receiver thread may be late. Each has room for three of the longest trains.
+// A block is handed over after a millisecond, full or not: their number is how many milliseconds
+// the receiver thread may be late. Each has room for three of the longest trains.
 constexpr unsigned sk_blockBytes = 1u << 18;
 constexpr unsigned sk_fewestBlocks = 128;
 constexpr unsigned sk_mostBlocks = 1024;

@@ -24,13 +24,14 @@ using Bytes = std::vector<uint8_t>;
   X(family##10Packed)                  \
   X(family##12) X(family##12p) X(family##12Packed) X(family##16) X(family##24)
 
-#define CONVERT_TEST_COLOUR(X)                                                                   \
-  X(RGB8)                                                                                        \
-  X(RGB12)                                                                                       \
-  X(RGB12p) X(RGB16) X(RGB24) X(RGBa8) X(RGBa16) X(BGR8) X(BGR12) X(BGR12p) X(BGR16) X(BGR24)    \
-      X(BGRa8) X(BGRa16) X(YCbCr8) X(YCbCr8_CbYCr) X(YUV8_UYV) X(YCbCr16_CbYCr) X(YCbCr24_CbYCr) \
-          X(YCbCr422_8) X(YCbCr422_8_CbYCrY) X(YUV422_8) X(YUV422_8_UYVY) X(YCbCr422_16_CbYCrY)  \
-              X(YCbCr422_24_CbYCrY) X(YCbCr411_8) X(YCbCr411_8_CbYYCrYY) X(YUV411_8_UYYVYY)      \
+#define CONVERT_TEST_COLOUR(X)                                                                  \
+  X(RGB8)                                                                                       \
+  X(RGB12)                                                                                      \
+  X(RGB12p)                                                                                     \
+  X(RGB16) X(RGB24) X(RGBa8) X(RGBa16) X(BGR8) X(BGR12) X(BGR12p) X(BGR16) X(BGR24) X(BGRa8)    \
+      X(BGRa16) X(YCbCr8) X(YCbCr8_CbYCr) X(YUV8_UYV) X(YCbCr16_CbYCr) X(YCbCr24_CbYCr)         \
+          X(YCbCr422_8) X(YCbCr422_8_CbYCrY) X(YUV422_8) X(YUV422_8_UYVY) X(YCbCr422_16_CbYCrY) \
+              X(YCbCr422_24_CbYCrY) X(YCbCr411_8) X(YCbCr411_8_CbYYCrYY) X(YUV411_8_UYYVYY)     \
                   X(YCbCr411_16_CbYYCrYY) X(YCbCr411_24_CbYYCrYY)
 
 inline Bytes Noise(size_t size, unsigned seed) {
