@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Event messages laid out by hand, delivered to a map: ports hold their bytes, callbacks fire,
 // malformed ones are refused.
+#include <GenApi/EventAdapter1394.h>
+#include <GenApi/EventAdapterCL.h>
 #include <GenApi/EventAdapterGEV.h>
 #include <GenApi/EventAdapterGeneric.h>
 #include <GenApi/EventAdapterU3V.h>
@@ -31,8 +33,9 @@ const std::string sk_nodes =
     "<Integer Name=\"Other\"><EventID>9002</EventID><Value>2</Value></Integer>\n" +
     Register("Id", 2, 2) + Register("BlockId", 6, 2) + Register("BlockId64", 8, 8) +
     Register("Timestamp", 8, 8) + Register("TimestampExtended", 16, 8) + Register("Data", 16, 2) +
-    Register("DataExtended", 24, 2) + Register("UsbTimestamp", 4, 8, "LittleEndian") +
-    Register("UsbData", 12, 1);
+    Register("DataExtended", 24, 2) + Register("SerialTimestamp", 4, 8) +
+    Register("SerialData", 12, 1) + Register("BusData", 4, 4) +
+    Register("UsbTimestamp", 4, 8, "LittleEndian") + Register("UsbData", 12, 1);
 
 class EventAdapter : public testing::Test {
  protected:
@@ -194,6 +197,29 @@ TEST_F(EventAdapter, Usb3VisionEventsAreLittleEndianBehindTheirCommandHeader) {
   EXPECT_THROW(Deliver(adapter, message), GenICam::RuntimeException);
   message[8] = 11;
   EXPECT_THROW(Deliver(adapter, message), GenICam::RuntimeException);
+}
+
+TEST_F(EventAdapter, CameraLinkEventsAreBigEndianBehindTheirCommandHeader) {
+  GenApi::CEventAdapterCL adapter(map.Map._Ptr);
+  const Bytes message = {0x01, 0x00, 0, 0,    0,    0, 0, 0, 0, 0, 0x0C, 0x00, 0, 13,  0,
+                         1,    0,    0, 0x90, 0x01, 0, 0, 0, 0, 0, 0,    0,    3, 0x5A};
+  Deliver(adapter, message);
+  EXPECT_EQ(Value("SerialTimestamp"), 3);
+  EXPECT_EQ(Value("SerialData"), 0x5A);
+  for (const auto& [at, byte] : {std::pair{0, 2}, {10, 0x08}, {13, 14}, {13, 11}}) {
+    Bytes wrong = message;
+    wrong[size_t(at)] = uint8_t(byte);
+    EXPECT_THROW(Deliver(adapter, wrong), GenICam::RuntimeException) << "byte " << at;
+  }
+}
+
+TEST_F(EventAdapter, Ieee1394EventsBeginWithTheirIdInBusOrder) {
+  GenApi::CEventAdapter1394 adapter(map.Map._Ptr);
+  const Bytes message = {0, 0, 0x90, 0x01, 0, 0, 1, 2};
+  Deliver(adapter, message);
+  EXPECT_EQ(Value("Id"), 0x9001);
+  EXPECT_EQ(Value("BusData"), 0x102);
+  EXPECT_THROW(Deliver(adapter, {0, 0, 0x90}), GenICam::RuntimeException);
 }
 
 TEST_F(EventAdapter, GenericIsToldTheIdAsNumberOrText) {

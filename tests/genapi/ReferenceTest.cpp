@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Smart pointers, references for generated code, callbacks, node-map references and the port
 // helpers.
+#include <GenApi/DLLLoad.h>
 #include <GenApi/GenApi.h>
 #include <GenApi/PortStackedImpl.h>
 #include <GenApi/PortWriteList.h>
+#include <GenApi/RegisterSetHelper.h>
 #include <gtest/gtest.h>
 
 #include "SmallMap.h"
@@ -151,6 +153,28 @@ TEST(PortWriteList, RecordsWritesAndPlaysThemBack) {
   EXPECT_EQ(map.Text("Reg"), "258");
   EXPECT_EQ(list.GetCookie(), 5);
   EXPECT_THROW(list.Write(nullptr, 0, 4), GenICam::InvalidArgumentException);
+}
+
+TEST(RegisterSet, PutsBackWhatItRead) {
+  OrvexTest::MemoryPort memory;
+  for (uint8_t at = 0; at < 20; ++at) memory.Bytes[at] = at;
+  auto expected = memory.Bytes;
+  GenApi::CRegisterSet set;
+  set.Add(4, 4);
+  set.Add(16, 2);
+  set.ReadFrom(memory);
+  for (const int at : {4, 7, 8, 17}) memory.Bytes[at] = 0xFF;
+  set.WriteTo(memory);
+  expected[8] = 0xFF;
+  EXPECT_EQ(memory.Bytes, expected);
+}
+
+TEST(SharedLibrary, IsOpenedByNameOrTellsWhyNot) {
+  const auto handle = GenApi::OpenLibrary("libc.so.6");
+  EXPECT_NE(GenApi::FindSymbol(handle, "malloc"), nullptr);
+  EXPECT_EQ(GenApi::FindSymbol(handle, "no_such_symbol_there"), nullptr);
+  GenApi::CloseLibrary(handle);
+  EXPECT_THROW(GenApi::OpenLibrary("/nowhere/lib.so"), GenICam::RuntimeException);
 }
 
 TEST(PortImpl, PassesAccessesOnAndRefusesThemAlone) {

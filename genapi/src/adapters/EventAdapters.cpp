@@ -12,30 +12,22 @@
 #include <Base/GCException.h>
 #include <GenApi/INode.h>
 
+#include "adapters/EventBytes.h"
 #include "adapters/HexId.h"
+
+using OrvexGenApi::BigEndian16;
+using OrvexGenApi::LittleEndian16;
+using OrvexGenApi::LittleEndian32;
+using OrvexGenApi::Reject;
 
 namespace GENAPI_NAMESPACE {
 
 namespace {
 
-uint16_t BigEndian16(const uint8_t* p) {
-  return uint16_t(p[0] << 8 | p[1]);
-}
-uint16_t LittleEndian16(const uint8_t* p) {
-  return uint16_t(p[1] << 8 | p[0]);
-}
-uint32_t LittleEndian32(const uint8_t* p) {
-  return uint32_t(LittleEndian16(p)) | uint32_t(LittleEndian16(p + 2)) << 16;
-}
-
 constexpr uint8_t sk_extendedIds = 0x10;  // flag of a GVCP header
 static_assert(sizeof(GVCP_REQUEST_HEADER) == 8 && sizeof(GVCP_EVENT_ITEM) == 16 &&
               sizeof(GVCP_EVENT_ITEM_EXTENDED_ID) == 24);
 static_assert(sizeof(U3V_COMMAND_HEADER) == 12 && sizeof(U3V_EVENT_DATA) == 12);
-
-[[noreturn]] void Reject(const char* pWhy) {
-  throw RUNTIME_EXCEPTION("Malformed event message: %s", pWhy);
-}
 
 }  // namespace
 
