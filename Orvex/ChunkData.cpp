@@ -56,21 +56,23 @@ bool ChunkData::VerifyCRC() {
   THROW_PLAIN(LogicalErrorException, "Validating CRC for ChunkData is not supported");
 }
 
+void ChunkData::AttachChunks(size_t size) {
+  if (!m_pChunkNodeMap || m_pChunkAdapter) return;
+  auto pAdapter = std::make_unique<GenApi::CChunkAdapterGEV>(m_pChunkNodeMap);
+  try {
+    // The adapter takes the data as writable, for chunks that are registers; nobody writes here.
+    pAdapter->AttachBuffer(const_cast<uint8_t*>(GetData()), static_cast<int64_t>(size));
+  } catch (const GenICam::RuntimeException& e) {
+    if (std::strstr(e.GetDescription(), sk_invalidLayout)) return;
+    throw;
+  }
+  m_pChunkAdapter = pAdapter.release();
+}
+
 GenApi::INode* ChunkData::GetChunk(GenICam::gcstring name) {
   if (!m_pChunkNodeMap) return nullptr;  // a copy: its chunks stayed with the original
-  if (!m_pChunkAdapter) {
-    auto pAdapter = std::make_unique<GenApi::CChunkAdapterGEV>(m_pChunkNodeMap);
-    try {
-      // The adapter takes the data as writable, for chunks that are registers; nobody writes here.
-      pAdapter->AttachBuffer(const_cast<uint8_t*>(GetData()),
-                             static_cast<int64_t>(GetSizeFilled()));
-    } catch (const GenICam::RuntimeException& e) {
-      if (std::strstr(e.GetDescription(), sk_invalidLayout)) return nullptr;
-      throw;
-    }
-    m_pChunkAdapter = pAdapter.release();
-  }
-  return m_pChunkNodeMap->GetNode(name);
+  if (!m_pChunkAdapter) AttachChunks(GetSizeFilled());
+  return m_pChunkAdapter ? m_pChunkNodeMap->GetNode(name) : nullptr;
 }
 
 }  // namespace Orvex

@@ -42,6 +42,11 @@ class ChunkData : public IChunkData, public virtual Buffer {
 
   GenApi::INode* GetChunk(GenICam::gcstring name) override;
 
+  /// Lays the chunks that end after `size` bytes under the chunk node map, unless some lie there
+  /// or there is no map. Data without valid chunks stay as they are. GetChunk does so by itself
+  /// with the filled size.
+  void AttachChunks(size_t size);
+
  protected:
   GenApi::CChunkAdapterGEV* m_pChunkAdapter = nullptr;
   GenApi::INodeMap* m_pChunkNodeMap = nullptr;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frames: from the new-buffer event to the application and back.
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "ICompressedImage.h"
@@ -84,6 +85,11 @@ IBuffer* Device::WrapBuffer(TLDataStream* pStream, void* hBuffer) {
     const auto size = QueryBuffer<size_t>(pStream, hBuffer, GenTL::BUFFER_INFO_DATA_SIZE,
                                           "Unable to get buffer data size");
     AttachChunks(pFrame->GetData(), size);
+    // The filled size of a compressed image ends before its chunks.
+    if constexpr (std::is_same_v<typename decltype(pFrame)::element_type,
+                                 CompressedImageExtendedChunk>) {
+      pFrame->AttachChunks(size);
+    }
     return static_cast<Buffer*>(pFrame.release());
   };
   const auto payloadType = QueryBuffer<uint64_t>(pStream, hBuffer, GenTL::BUFFER_INFO_PAYLOADTYPE,

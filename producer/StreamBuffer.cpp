@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "gentl/GenTLExtensions.h"
 #include "gigevision/Chunk.h"
@@ -130,7 +131,7 @@ void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickF
     case BUFFER_INFO_TLTYPE:
       return query.String(TLTypeGEVName);
     case BUFFER_INFO_SIZE_FILLED:
-      return query.Size(f.filled);
+      return query.Size(SizeFilled());
     case BUFFER_INFO_WIDTH:
       return geometry(f.width);
     case BUFFER_INFO_HEIGHT:
@@ -181,6 +182,25 @@ void StreamBuffer::Info(BUFFER_INFO_CMD command, InfoQuery query, uint64_t tickF
     default:
       InfoQuery::NotImplemented();
   }
+}
+
+bool StreamBuffer::HasWholeChunks() const {
+  return !frame.incomplete && frame.chunkOffset <= m_size &&
+         frame.chunkSize <= m_size - frame.chunkOffset;
+}
+
+// Of a compressed image with chunks this is the image alone, whose length nothing else tells;
+// BUFFER_INFO_DATA_SIZE counts the chunks behind it as well.
+size_t StreamBuffer::SizeFilled() const {
+  if (GenTlPayloadType(frame.wireType, frame.pixelFormat) !=
+          PAYLOAD_TYPE_ORVEX_COMPRESSED_IMAGE_CHUNK ||
+      !HasWholeChunks()) {
+    return frame.filled;
+  }
+  Gev::ChunkWalker walker(std::span<const uint8_t>(m_base + frame.chunkOffset, frame.chunkSize));
+  std::optional<Gev::Chunk> first;
+  while (const auto chunk = walker.Next()) first = chunk;
+  return first && walker.Valid() ? first->data.size() : frame.filled;
 }
 
 uint32_t StreamBuffer::PartCount() const {
@@ -238,9 +258,7 @@ void StreamBuffer::Chunks(SINGLE_CHUNK_DATA* chunks, size_t* count) const {
           "The pointer to the number of chunks is null");
   const bool present = frame.newData && frame.chunkSize != 0;
   Require(present, GC_ERR_NO_DATA, "The buffer contains no chunk data");
-  Require(frame.chunkOffset <= m_size && frame.chunkSize <= m_size - frame.chunkOffset &&
-              !frame.incomplete,
-          GC_ERR_PARSING_CHUNK_DATA, "The chunk data is not whole");
+  Require(HasWholeChunks(), GC_ERR_PARSING_CHUNK_DATA, "The chunk data is not whole");
   Gev::ChunkWalker walker(std::span<const uint8_t>(m_base + frame.chunkOffset, frame.chunkSize));
   std::vector<SINGLE_CHUNK_DATA> found;
   while (const auto chunk = walker.Next()) {

@@ -48,6 +48,9 @@ class StreamBuffer final : public Module {
   StreamBuffer* next = nullptr;
 
  private:
+  bool HasWholeChunks() const;
+  size_t SizeFilled() const;
+
   const void* const m_owner;
   uint8_t* const m_base;
   const size_t m_size;

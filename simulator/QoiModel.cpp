@@ -53,6 +53,8 @@ void QoiModel::Paint(uint64_t frameNumber, Frame& frame) {
   frame.data.clear();
   EncodeQoi({m_plain.data.data(), m_plain.imageBytes}, frame.image.sizeX, frame.image.sizeY,
             static_cast<uint8_t>(m_plain.imageBytes / pixels), frame.data);
+  // Chunks begin at multiples of four bytes; zeros behind a stream's end belong to nothing.
+  frame.data.resize((frame.data.size() + 3) / 4 * 4);
   frame.imageBytes = frame.data.size();
 }
 

@@ -44,8 +44,11 @@ Bytes DecodeQoi(const Bytes& stream, size_t pixels) {
     index[(p[0] * 3 + p[1] * 5 + p[2] * 7 + p[3] * 11) % 64] = p;
     for (size_t i = 0; i < count; ++i) out.insert(out.end(), p.begin(), p.begin() + 3);
   }
-  EXPECT_EQ(Bytes(stream.begin() + static_cast<ptrdiff_t>(at), stream.end()),
-            Hex("00000000 00000001"));
+  // Zeros behind the end bring a frame to a multiple of four bytes.
+  Bytes end(stream.begin() + static_cast<ptrdiff_t>(at), stream.end());
+  EXPECT_LT(end.size(), 12u);
+  while (!end.empty() && end.back() == 0) end.pop_back();
+  EXPECT_EQ(end, Hex("00000000 00000001"));
   return out;
 }
 
@@ -192,6 +195,7 @@ TEST(QoiCamera, SendsItsPicturesCompressed) {
               Hex("716F6966 00000280 000001E0 03 00"));
     EXPECT_LT(frame.data.size(), 640u * 480 * 3 / 2);
     packed = frame.data;
+    EXPECT_EQ(packed.size() % 4, 0u);
     host.Set("PixelFormat", 0x81080B01);  // QOI_BayerRG8
     EXPECT_EQ(host.Grab(1).front().data[12], 1) << "one channel";
   }

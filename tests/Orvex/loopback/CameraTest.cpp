@@ -62,9 +62,7 @@ TEST_P(ChunkCameras, TellOfEachFrameAndItsCrcFits) {
     const bool compressed = pFrame->IsCompressedImage();
     EXPECT_EQ(pFrame->AsImage() == nullptr, compressed);
     EXPECT_EQ(pFrame->AsCompressedImage() == nullptr, !compressed);
-    if (!compressed) {
-      EXPECT_TRUE(pFrame->VerifyCRC());
-    }
+    EXPECT_TRUE(pFrame->VerifyCRC());
     const_cast<uint8_t*>(pFrame->GetData())[100] ^= 1;
     EXPECT_FALSE(pFrame->VerifyCRC());
     m_pDevice->RequeueBuffer(pFrame);
