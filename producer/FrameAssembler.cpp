@@ -31,7 +31,7 @@ FrameAssembler::FrameAssembler(const AssemblerSettings& settings, FrameSink& sin
     : m_settings(settings),
       m_sink(sink),
       m_reorder(settings.reorderWindow),
-      m_resendTimeout(settings.resendTimeout) {
+      m_pacer(settings.packetSize, settings.resendTimeout) {
   const size_t perPacket =
       std::max(sk_smallestData, Gev::DataPerPacket(settings.packetSize, true) / 2);
   const size_t packets =
@@ -86,7 +86,7 @@ bool FrameAssembler::NoteRestart(const Gev::PacketHeader& header, std::span<cons
   Abort();
   m_seenAny = false;
   m_dropped.fill(0);
-  m_asked.fill(0);
+  m_asked.fill({});
   return true;
 }
 
@@ -148,7 +148,8 @@ void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_poi
     const bool newer = !m_seenAny || Ahead(header->blockId, header->extendedIds) > 0;
     if (Gev::IsError(header->status) || (!newer && !NoteRestart(*header, content, now))) {
       ++m_statistics.latePackets;
-      if (std::ranges::find(m_asked, header->blockId) != m_asked.end()) NoteNeedlessRequest();
+      const auto asked = std::ranges::find(m_asked, header->blockId, &AskedFrame::id);
+      if (asked != m_asked.end()) NoteNeedlessRequest(asked->twice, now);
       return;
     }
     slot = StartFrame(*header, now);
@@ -185,7 +186,7 @@ bool FrameAssembler::MarkPacket(Slot& slot, uint32_t packetId, const Gev::Packet
   }
   if (slot.Has(packetId)) {
     ++m_statistics.duplicatePackets;
-    if (slot.asked > 0) NoteNeedlessRequest();
+    if (slot.asked > 0) NoteNeedlessRequest(slot.askedTwice, now);
     return false;
   }
   Slot::Set(slot.bits, packetId);
@@ -193,7 +194,7 @@ bool FrameAssembler::MarkPacket(Slot& slot, uint32_t packetId, const Gev::Packet
   if (packetId >= slot.next) {
     if (packetId > slot.next) NoteGap(slot, slot.next, packetId - 1, now);
     slot.next = packetId + 1;
-    if (slot.tail.tries > 0) NoteTailArrival(slot, header.Resent());
+    if (slot.tail.tries > 0) NoteTailArrival(slot, packetId, header.Resent(), now);
   } else {
     NoteLateArrival(slot, packetId, header.Resent(), now);
   }
@@ -346,7 +347,9 @@ void FrameAssembler::Finish(Slot& slot) {
       slot.trailer ? slot.trailerId + 1 : std::max(slot.next, m_lastTrailerId + 1);
   m_statistics.lostPackets += packets - std::min(packets, slot.received);
   ++(complete ? m_statistics.framesComplete : m_statistics.framesIncomplete);
-  if (slot.asked > 0) m_asked[m_nextAsked++ % m_asked.size()] = slot.id;
+  if (slot.asked > 0) m_asked[m_nextAsked++ % m_asked.size()] = {slot.id, slot.askedTwice};
+  for (size_t i = 0; i < slot.gapCount; ++i) m_pacer.Forget(slot.gaps[i].underWay);
+  m_pacer.Forget(slot.tail.underWay);
   // What was measured fades, so that one bad moment does not slow all later requests.
   m_reorder = std::max<decltype(m_reorder)>(m_settings.reorderWindow / 4, m_reorder * 0.998);
   m_distance *= 0.998;

@@ -14,7 +14,8 @@
 #include "gigevision/Gvsp.h"
 #include "producer/FrameInfo.h"
 #include "producer/Limits.h"
-#include "producer/Network.h"
+#include "producer/PacketSource.h"
+#include "producer/ResendPacer.h"
 
 namespace OrvexGev {
 
@@ -64,14 +65,15 @@ struct AssemblerStatistics {
   uint64_t malformedPackets = 0, testPackets = 0, packetsWithoutBuffer = 0;
 };
 
-class FrameAssembler {
+class FrameAssembler final : public PacketHandler {
  public:
   FrameAssembler(const AssemblerSettings& settings, FrameSink& sink);
-  ~FrameAssembler();
+  ~FrameAssembler() override;
 
-  void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now);
-  // Sends resend requests that are due and gives up frames whose time is over. Returns when it
-  // wants to be called again at the latest.
+  void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) override;
+  // Sends resend requests that are due and gives up frames whose time is over, judged by what came
+  // before `now`: all of it must have been handed over. Returns when it wants to be called again at
+  // the latest.
   Clock::time_point OnTimer(Clock::time_point now);
   // No frames are started any more.
   void Drain() { m_draining = true; }
@@ -85,6 +87,7 @@ class FrameAssembler {
 
  private:
   struct Slot;
+  struct Gap;
 
   Slot* FindSlot(uint64_t blockId);
   Slot* StartFrame(const GigEVision::PacketHeader& header, Clock::time_point now);
@@ -93,14 +96,17 @@ class FrameAssembler {
   // Ids after the newest one: positive when newer, with the wrap of 16-bit ids.
   int64_t Ahead(uint64_t blockId, bool extendedIds) const;
   bool WasDropped(uint64_t blockId) const;
-  // A packet came that was asked for again although its original was only late.
-  void NoteNeedlessRequest();
+  // A packet came that nobody would have had to ask for: its original was only late, or the answer
+  // was.
+  void NoteNeedlessRequest(bool askedTwice, Clock::time_point now);
 
   bool MarkPacket(Slot& slot, uint32_t packetId, const GigEVision::PacketHeader& header,
                   Clock::time_point now);
   void NoteGap(Slot& slot, uint32_t first, uint32_t last, Clock::time_point now);
   void NoteLateArrival(Slot& slot, uint32_t packetId, bool resent, Clock::time_point now);
-  void NoteTailArrival(Slot& slot, bool resent);
+  void NoteTailArrival(Slot& slot, uint32_t packetId, bool resent, Clock::time_point now);
+  // The answer to a request for this packet came.
+  void NoteAnswer(Gap& gap, Clock::time_point now);
   void OnLeader(Slot& slot, const GigEVision::PacketHeader& header,
                 std::span<const uint8_t> content);
   void OnTrailer(Slot& slot, const GigEVision::PacketHeader& header,
@@ -120,6 +126,13 @@ class FrameAssembler {
   bool Hopeless(const Slot& slot, bool newest, Clock::time_point now) const;
   // `newer`: the frame behind, if one has begun.
   void AskAgain(Slot& slot, const Slot* newer, Clock::time_point now);
+  void SettleGaps(Slot& slot, Clock::time_point now);
+  void AskGap(Slot& slot, size_t index, Clock::time_point now);
+  void AskTail(Slot& slot, bool probe, Clock::time_point now);
+  void Request(Slot& slot, uint32_t first, uint32_t last, uint32_t count);
+  bool Overdue(const Gap& gap, Clock::time_point now) const;
+  void ExpireAnswers(Gap& gap, Clock::time_point now);
+  uint32_t ResendBudget(const Slot& slot) const;
   void NoteTail(Slot& slot, bool newest, Clock::time_point now);
   uint32_t Missing(const Slot& slot, uint32_t first, uint32_t last) const;
   void DeliverReady();
@@ -141,14 +154,18 @@ class FrameAssembler {
   std::array<uint64_t, sk_maxActiveFrames> m_dropped{};
   size_t m_nextDropped = 0;
   // Frames that ended not long ago and for which packets were asked again.
-  std::array<uint64_t, sk_maxActiveFrames> m_asked{};
+  struct AskedFrame {
+    uint64_t id = 0;
+    bool twice = false;
+  };
+  std::array<AskedFrame, sk_maxActiveFrames> m_asked{};
   size_t m_nextAsked = 0;
   bool m_marksResent = false;  // the camera marks the packets that it sends again
   FrameInfo m_lastGeometry;    // of the newest leader, for frames that lost theirs
   uint32_t m_lastTrailerId = 0;
   std::chrono::duration<double, std::micro> m_reorder;
   double m_distance = 0;  // packets that have overtaken another lately, with some room
-  std::chrono::duration<double, std::micro> m_resendTimeout;
+  ResendPacer m_pacer;
   Clock::duration m_longestPause{};  // between two packets of one frame
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The part of the frame assembler that deals with packets that did not come.
 #include <algorithm>
+#include <utility>
 
 #include "producer/FrameSlot.h"
 
@@ -13,10 +14,8 @@ namespace {
 constexpr auto sk_timerWhileMissing = 500us;
 constexpr auto sk_timerWhileReceiving = 5ms;
 constexpr auto sk_timerWhileIdle = 100ms;
-constexpr int sk_requestsPerCall = 64;
+constexpr uint64_t sk_requestsPerCall = 64;
 constexpr uint32_t sk_freePackets = 64;  // that any frame may ask again whatever its share
-constexpr auto sk_shortestResendTimeout = 4ms;
-constexpr auto sk_longestResendTimeout = 100ms;
 constexpr std::chrono::duration<double, std::micro> sk_longestReorder = 20ms;
 constexpr auto sk_tailPause = 10ms;  // after the last packet of the newest frame
 constexpr auto sk_longestRetention = 5s;
@@ -31,27 +30,35 @@ void FrameAssembler::NoteGap(Slot& slot, uint32_t first, uint32_t last, Clock::t
     slot.gaps.back().last = last;
     return;
   }
-  Gap gap{first, last, now, {}, 0};
+  Gap gap{first, last, now, {}, {}, 0, 0};
   if (slot.tail.tries > 0) {  // it was part of what was asked already
     gap.asked = slot.tail.asked;
     gap.tries = 1;
+    gap.underWay = std::min(slot.tail.underWay, last - first + 1);
+    slot.tail.underWay -= gap.underWay;
   }
   slot.gaps[slot.gapCount++] = gap;
 }
 
-void FrameAssembler::NoteNeedlessRequest() {
+void FrameAssembler::NoteNeedlessRequest(bool askedTwice, Clock::time_point now) {
+  if (askedTwice) return m_pacer.Hasty(now);
   m_reorder = std::min<decltype(m_reorder)>(m_reorder * 1.5, sk_longestReorder);
+}
+
+void FrameAssembler::NoteAnswer(Gap& gap, Clock::time_point now) {
+  if (gap.underWay > 0) {
+    --gap.underWay;
+    m_pacer.Answered(gap.asked, gap.tries == 1, now);
+  }
+  gap.heard = now;
 }
 
 void FrameAssembler::NoteLateArrival(Slot& slot, uint32_t packetId, bool resent,
                                      Clock::time_point now) {
-  const auto end = slot.gaps.begin() + static_cast<ptrdiff_t>(slot.gapCount);
-  const auto gap = std::find_if(slot.gaps.begin(), end, [&](const Gap& g) {
-    return g.first <= packetId && packetId <= g.last;
-  });
-  if (gap == end || (!resent && (gap->tries == 0 || m_marksResent))) {
+  Gap* gap = slot.GapOf(packetId);
+  if (gap == nullptr || (!resent && (gap->tries == 0 || m_marksResent))) {
     ++m_statistics.reorderedPackets;
-    if (gap != end) {
+    if (gap != nullptr) {
       // In packets as well: a sender that pauses makes a gap old without overtaking anything.
       const double overtaken = slot.next - 1 - packetId;
       m_distance = std::clamp(overtaken * 1.5, m_distance, sk_longestDistance);
@@ -62,22 +69,24 @@ void FrameAssembler::NoteLateArrival(Slot& slot, uint32_t packetId, bool resent,
     return;
   }
   ++m_statistics.resentPackets;
-  if (gap->tries == 1) {
-    const std::chrono::duration<double, std::micro> answer = now - gap->asked;
-    m_resendTimeout = std::clamp<decltype(m_resendTimeout)>(
-        m_resendTimeout * 0.9 + answer * 0.3, sk_shortestResendTimeout, sk_longestResendTimeout);
-  }
+  NoteAnswer(*gap, now);
 }
 
 // The end was asked for and something of it comes.
-void FrameAssembler::NoteTailArrival(Slot& slot, bool resent) {
+void FrameAssembler::NoteTailArrival(Slot& slot, uint32_t packetId, bool resent,
+                                     Clock::time_point now) {
   if (resent || !m_marksResent) ++m_statistics.resentPackets;
   if (!resent) {
+    m_pacer.Forget(slot.tail.underWay);
     slot.tail = {};  // the camera had only paused
-  } else if (slot.tail.last != sk_tailEnd) {
-    slot.tail.last = sk_tailEnd;
-    slot.tail.asked = {};  // the probe was lost, and the rest probably with it: not to wait for it
+    return;
   }
+  NoteAnswer(slot.tail, now);
+  if (packetId < slot.tail.last || slot.tail.last == sk_tailEnd) return;
+  // All that was asked of it came: the rest is asked for without waiting.
+  slot.tail.last = sk_tailEnd;
+  slot.tail.asked = slot.tail.heard = {};
+  slot.tail.tries = 1;
 }
 
 void FrameAssembler::OnRefusal(Slot& slot, const Gev::PacketHeader& header) {
@@ -87,14 +96,18 @@ void FrameAssembler::OnRefusal(Slot& slot, const Gev::PacketHeader& header) {
   switch (header.status) {
     case Gev::Status::PacketNotYetAvailable:
     case Gev::Status::PacketTemporarilyUnavailable:
-      if (packet >= slot.next) slot.tail = {};  // the camera has not come to its end yet
-      return;                                   // worth asking again
+      if (packet >= slot.next) {  // the camera has not come to its end yet
+        m_pacer.Forget(slot.tail.underWay);
+        slot.tail = {};
+      }
+      return;  // worth asking again
     case Gev::Status::PacketAndPreviousRemoved:
       for (uint32_t earlier = 0; earlier < packet; ++earlier) Slot::Set(slot.refusedBits, earlier);
       break;
     default:
       break;
   }
+  if (Gap* gap = slot.GapOf(packet)) NoteAnswer(*gap, slot.last);
   Slot::Set(slot.refusedBits, packet);
   slot.refusedEnd = std::max(slot.refusedEnd, packet + 1);
   if (packet >= slot.next) slot.refusedTail = true;
@@ -123,9 +136,9 @@ bool FrameAssembler::Hopeless(const Slot& slot, bool newest, Clock::time_point n
     return pause > 2 * std::chrono::duration_cast<Clock::duration>(m_reorder);
   }
   // Still hoping as long as one range can be asked again, or its answer may be under way.
-  const auto timeout = std::chrono::duration_cast<Clock::duration>(m_resendTimeout);
+  const auto timeout = m_pacer.Timeout();
   const auto open = [&](const Gap& gap) {
-    return gap.tries < m_settings.resendTries || now - gap.asked < 2 * timeout;
+    return gap.tries < m_settings.resendTries || now - std::max(gap.asked, gap.heard) < 2 * timeout;
   };
   for (size_t i = 0; i < slot.gapCount; ++i) {
     if (Missing(slot, slot.gaps[i].first, slot.gaps[i].last) != 0 && open(slot.gaps[i]))
@@ -145,69 +158,116 @@ void FrameAssembler::NoteTail(Slot& slot, bool newest, Clock::time_point now) {
   slot.tail.last = sk_tailEnd;
 }
 
-void FrameAssembler::AskAgain(Slot& slot, const Slot* newer, Clock::time_point now) {
-  const auto reorder = std::chrono::duration_cast<Clock::duration>(m_reorder);
-  const auto timeout = std::chrono::duration_cast<Clock::duration>(m_resendTimeout);
+uint32_t FrameAssembler::ResendBudget(const Slot& slot) const {
   const uint32_t packets = std::max({slot.next, m_lastTrailerId + 1, slot.trailerId + 1});
-  const auto budget = sk_freePackets + static_cast<uint32_t>(m_settings.resendShare * packets);
-  int requests = 0;
-  const auto ask = [&](uint32_t first, uint32_t last, uint32_t count) {
-    m_sink.RequestResend({0, slot.extendedIds, slot.id, first, last});
-    slot.asked += count;
-    m_statistics.resendPackets += count;
-    ++m_statistics.resendRequests;
-    ++requests;
-  };
-  const bool paused = now - m_lastPacket >= std::max<Clock::duration>(sk_tailPause, 2 * reorder);
-  const auto overdue = [&](const Gap& gap) {
-    const uint32_t after =
-        (slot.next > gap.last ? slot.next - gap.last - 1 : 0) + (newer ? newer->received : 0);
-    return now - gap.since >= reorder && (paused || after >= m_distance);
-  };
-  const auto due = [&](const Gap& gap) {
-    return gap.tries < m_settings.resendTries &&
-           (gap.tries == 0 ? overdue(gap) : now - gap.asked >= timeout);
-  };
+  return sk_freePackets + static_cast<uint32_t>(m_settings.resendShare * packets);
+}
+
+void FrameAssembler::Request(Slot& slot, uint32_t first, uint32_t last, uint32_t count) {
+  m_sink.RequestResend({0, slot.extendedIds, slot.id, first, last});
+  m_pacer.Asked(count);
+  slot.asked += count;
+  m_statistics.resendPackets += count;
+  ++m_statistics.resendRequests;
+}
+
+bool FrameAssembler::Overdue(const Gap& gap, Clock::time_point now) const {
+  return m_pacer.Overdue(gap.asked, gap.heard,
+                         std::chrono::duration_cast<Clock::duration>(m_reorder), now);
+}
+
+void FrameAssembler::ExpireAnswers(Gap& gap, Clock::time_point now) {
+  if (gap.underWay != 0 && Overdue(gap, now)) m_pacer.Lost(std::exchange(gap.underWay, 0), now);
+}
+
+// Cuts from the ranges what came, and no longer waits for answers that are overdue.
+void FrameAssembler::SettleGaps(Slot& slot, Clock::time_point now) {
   size_t kept = 0;
   for (size_t i = 0; i < slot.gapCount; ++i) {
     Gap gap = slot.gaps[i];
     while (gap.first <= gap.last && slot.Settled(gap.first)) ++gap.first;
-    if (gap.first > gap.last) continue;
-    while (slot.Settled(gap.last)) --gap.last;
-    if (due(gap) && requests < sk_requestsPerCall) {
-      if (slot.asked >= budget) {
-        gap.tries = m_settings.resendTries;
-      } else {
-        for (uint32_t packet = gap.first; packet <= gap.last; ++packet) {
-          if (slot.Settled(packet)) continue;
-          uint32_t end = packet;
-          while (end < gap.last && !slot.Settled(end + 1)) ++end;
-          ask(packet, end, end - packet + 1);
-          packet = end;
-        }
-        ++gap.tries;
-        gap.asked = now;
-      }
+    if (gap.first > gap.last) {
+      m_pacer.Forget(gap.underWay);
+      continue;
     }
+    while (slot.Settled(gap.last)) --gap.last;
+    ExpireAnswers(gap, now);
     slot.gaps[kept++] = gap;
   }
   slot.gapCount = kept;
-  if (!slot.trailer && !slot.refusedTail && slot.tail.since != Clock::time_point() &&
-      due(slot.tail)) {
-    // The newest frame may go on after a pause: one packet is asked first, to find out.
-    const bool probe = newer == nullptr && slot.tail.tries == 0;
-    const uint32_t end = slot.extendedIds ? Gev::sk_toLastPacketExtended : Gev::sk_toLastPacket;
-    const uint32_t count =
-        !probe && m_lastTrailerId >= slot.next ? m_lastTrailerId - slot.next + 1 : 1;
-    if (slot.asked >= budget) {
-      slot.tail.tries = m_settings.resendTries;
-    } else {
-      ask(slot.next, probe ? slot.next : end, count);
-      slot.tail.last = probe ? slot.next : sk_tailEnd;
-      ++slot.tail.tries;
-      slot.tail.asked = now;
+  ExpireAnswers(slot.tail, now);
+}
+
+// As much of the range as may be asked for now; the rest becomes a range of its own.
+void FrameAssembler::AskGap(Slot& slot, size_t index, Clock::time_point now) {
+  Gap& gap = slot.gaps[index];
+  const uint32_t allowed = m_pacer.Allowance();
+  uint32_t count = 0;
+  uint32_t packet = gap.first;
+  while (packet <= gap.last && count < allowed) {
+    if (slot.Settled(packet)) {
+      ++packet;
+      continue;
     }
+    const uint32_t first = packet;
+    while (packet <= gap.last && !slot.Settled(packet) && count < allowed) ++packet, ++count;
+    Request(slot, first, packet - 1, packet - first);
   }
+  if (packet <= gap.last && slot.gapCount < slot.gaps.size()) {
+    Gap rest = gap;
+    rest.first = packet;
+    rest.underWay = 0;
+    gap.last = packet - 1;
+    const auto behind = slot.gaps.begin() + static_cast<ptrdiff_t>(index) + 1;
+    const auto end = slot.gaps.begin() + static_cast<ptrdiff_t>(slot.gapCount++);
+    std::move_backward(behind, end, end + 1);
+    *behind = rest;
+  }
+  slot.askedTwice = slot.askedTwice || gap.tries > 0;
+  ++gap.tries;
+  gap.asked = now;
+  gap.underWay = count;
+}
+
+// The newest frame may go on after a pause: one packet is asked for first, to find out.
+void FrameAssembler::AskTail(Slot& slot, bool probe, Clock::time_point now) {
+  const uint32_t whole = m_lastTrailerId >= slot.next ? m_lastTrailerId - slot.next + 1 : 1;
+  const uint32_t count = probe ? 1 : std::min(whole, m_pacer.Allowance());
+  slot.tail.last = count < whole || probe ? slot.next + count - 1 : sk_tailEnd;
+  const uint32_t end = slot.extendedIds ? Gev::sk_toLastPacketExtended : Gev::sk_toLastPacket;
+  Request(slot, slot.next, slot.tail.last == sk_tailEnd ? end : slot.tail.last, count);
+  slot.askedTwice = slot.askedTwice || slot.tail.underWay > 0;
+  ++slot.tail.tries;
+  slot.tail.asked = now;
+  slot.tail.underWay += count;
+}
+
+void FrameAssembler::AskAgain(Slot& slot, const Slot* newer, Clock::time_point now) {
+  SettleGaps(slot, now);
+  const auto reorder = std::chrono::duration_cast<Clock::duration>(m_reorder);
+  const uint32_t budget = ResendBudget(slot);
+  const uint64_t requestsBefore = m_statistics.resendRequests;
+  const bool paused = now - m_lastPacket >= std::max<Clock::duration>(sk_tailPause, 2 * reorder);
+  const auto overtaken = [&](const Gap& gap) {
+    const uint32_t after =
+        (slot.next > gap.last ? slot.next - gap.last - 1 : 0) + (newer ? newer->received : 0);
+    return now - gap.since >= reorder && (paused || after >= m_distance);
+  };
+  // Whether to ask for the range now; one whose budget is used up is not asked for any more.
+  const auto due = [&](Gap& gap) {
+    const bool time = gap.tries == 0 ? overtaken(gap) : Overdue(gap, now);
+    if (!time || gap.tries >= m_settings.resendTries || m_pacer.Allowance() == 0 ||
+        m_statistics.resendRequests - requestsBefore >= sk_requestsPerCall)
+      return false;
+    if (slot.asked >= budget) gap.tries = m_settings.resendTries;
+    return slot.asked < budget;
+  };
+  for (size_t i = 0; i < slot.gapCount; ++i) {
+    if (due(slot.gaps[i])) AskGap(slot, i, now);
+  }
+  if (!slot.trailer && !slot.refusedTail && slot.tail.since != Clock::time_point() &&
+      due(slot.tail))
+    AskTail(slot, newer == nullptr && slot.tail.tries == 0, now);
 }
 
 Clock::time_point FrameAssembler::OnTimer(Clock::time_point now) {

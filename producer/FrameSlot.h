@@ -10,11 +10,13 @@
 namespace OrvexGev {
 
 // A range of packets that was noticed to be missing; some of it may have arrived since.
-struct Gap {
+struct FrameAssembler::Gap {
   uint32_t first = 0, last = 0;
   Clock::time_point since{};
   Clock::time_point asked{};
+  Clock::time_point heard{};  // the last answer
   int tries = 0;
+  uint32_t underWay = 0;  // packets that were asked for and may come yet
 };
 
 struct FrameAssembler::Slot {
@@ -37,6 +39,7 @@ struct FrameAssembler::Slot {
   Clock::time_point last{};
   Gap tail;  // from next to the end
   bool refusedTail = false;
+  bool askedTwice = false;  // for one packet
   std::array<Gap, sk_maxGapsPerFrame> gaps;
   size_t gapCount = 0;
   std::vector<uint64_t> bits;
@@ -50,6 +53,12 @@ struct FrameAssembler::Slot {
   }
   bool Has(uint32_t packet) const { return Test(bits, packet); }
   bool Settled(uint32_t packet) const { return Has(packet) || Test(refusedBits, packet); }
+  Gap* GapOf(uint32_t packet) {
+    const auto end = gaps.begin() + static_cast<ptrdiff_t>(gapCount);
+    const auto gap = std::find_if(
+        gaps.begin(), end, [&](const Gap& g) { return g.first <= packet && packet <= g.last; });
+    return gap == end ? nullptr : &*gap;
+  }
   uint32_t Capacity() const { return static_cast<uint32_t>(bits.size() * 64); }
 
   void Reset() {
@@ -59,7 +68,7 @@ struct FrameAssembler::Slot {
     id = 0;
     target = {};
     info = {};
-    trailer = overrun = hasData = placedByGuess = refusedTail = false;
+    trailer = overrun = hasData = placedByGuess = refusedTail = askedTwice = false;
     trailerId = next = received = refusedEnd = asked = 0;
     sent = expected = 0;
     tail = {};

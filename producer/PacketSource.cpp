@@ -87,13 +87,13 @@ class SocketSource final : public PacketSource {
   int Fd() const override { return m_fd; }
   SourceStatistics Statistics() const override { return m_statistics; }
 
-  bool Drain(PacketHandler& handler) override {
-    bool any = false;
+  Drained Drain(PacketHandler& handler) override {
+    Drained drained = Drained::Nothing;
     for (int round = 0; round < sk_batchesPerDrain; ++round) {
       const int count = m_batch.Receive(m_fd);
       ++m_statistics.calls;
-      if (count <= 0) break;
-      any = true;
+      if (count <= 0) return drained;
+      drained = Drained::All;
       const auto now = Clock::now();
       for (int i = 0; i < count; ++i) {
         // A datagram that was cut is longer than any packet of this stream.
@@ -103,9 +103,9 @@ class SocketSource final : public PacketSource {
               Control<uint32_t>(m_batch.Header(count - 1), SOL_SOCKET, SO_RXQ_OVFL)) {
         m_statistics.socketDrops = *drops;
       }
-      if (count < m_batch.Count()) break;
+      if (count < m_batch.Count()) return drained;
     }
-    return any;
+    return Drained::Part;
   }
 
  private:
@@ -125,18 +125,18 @@ class OffloadSource final : public PacketSource {
   int Fd() const override { return m_fd; }
   SourceStatistics Statistics() const override { return m_statistics; }
 
-  bool Drain(PacketHandler& handler) override {
-    bool any = false;
+  Drained Drain(PacketHandler& handler) override {
+    Drained drained = Drained::Nothing;
     for (int round = 0; round < sk_batchesPerDrain; ++round) {
       const int count = m_batch.Receive(m_fd);
       ++m_statistics.calls;
-      if (count <= 0) break;
-      any = true;
+      if (count <= 0) return drained;
+      drained = Drained::All;
       const auto now = Clock::now();
       for (int i = 0; i < count; ++i) Split(handler, i, now);
-      if (count < m_batch.Count()) break;
+      if (count < m_batch.Count()) return drained;
     }
-    return any;
+    return Drained::Part;
   }
 
  private:

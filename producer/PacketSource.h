@@ -18,6 +18,9 @@ class PacketHandler {
   virtual void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) = 0;
 };
 
+// What a source had.
+enum class Drained { Nothing, All, Part };
+
 struct SourceStatistics {
   uint64_t socketDrops = 0;  // by the kernel, for want of socket buffer
   uint64_t calls = 0;
@@ -28,8 +31,10 @@ class PacketSource {
   virtual ~PacketSource() = default;
   virtual Engine Kind() const = 0;
   virtual int Fd() const = 0;
-  // Hands over what is there without waiting; false when there was nothing.
-  virtual bool Drain(PacketHandler& handler) = 0;
+  // Hands over what is there without waiting, but no more than a good deal at once.
+  virtual Drained Drain(PacketHandler& handler) = 0;
+  // How long a packet may be here without being handed over.
+  virtual Clock::duration Lag() const { return {}; }
   virtual SourceStatistics Statistics() const = 0;
 };
 

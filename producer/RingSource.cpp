@@ -23,11 +23,12 @@ namespace {
 // A block is handed over after a millisecond, full or not: their number is how many milliseconds
 // the receiver thread may be late. Each has room for three of the longest trains.
 constexpr unsigned sk_blockBytes = 1u << 18;
-constexpr unsigned sk_fewestBlocks = 128;
+constexpr unsigned sk_fewestBlocks = 256;
 constexpr unsigned sk_mostBlocks = 1024;
 constexpr unsigned sk_frameBytes =
     2048;  // only has to divide the block: packets of any size share blocks
 constexpr unsigned sk_retireMs = 1;  // a block that is not full is handed over after this
+constexpr auto sk_ringLag = 2 * std::chrono::milliseconds(sk_retireMs);
 constexpr size_t sk_udpHeader = 8;
 constexpr size_t sk_smallestIpHeader = 20;
 constexpr int sk_blocksPerDrain = 32;
@@ -113,20 +114,22 @@ class RingSource final : public PacketSource {
     return m_statistics;
   }
 
-  bool Drain(PacketHandler& handler) override {
-    bool any = false;
+  Clock::duration Lag() const override { return sk_ringLag; }
+
+  Drained Drain(PacketHandler& handler) override {
+    Drained drained = Drained::Nothing;
     for (int i = 0; i < sk_blocksPerDrain; ++i) {
       auto* block =
           reinterpret_cast<tpacket_block_desc*>(m_ring + size_t{m_current} * sk_blockBytes);
       std::atomic_ref<uint32_t> status(block->hdr.bh1.block_status);
-      if ((status.load(std::memory_order_acquire) & TP_STATUS_USER) == 0) break;
+      if ((status.load(std::memory_order_acquire) & TP_STATUS_USER) == 0) return drained;
       Walk(handler, *block);
       status.store(TP_STATUS_KERNEL, std::memory_order_release);
       m_current = (m_current + 1) % m_blocks;
       ++m_statistics.calls;
-      any = true;
+      drained = Drained::All;
     }
-    return any;
+    return Drained::Part;
   }
 
  private:

@@ -11,6 +11,7 @@
 
 #include "gigevision/Bootstrap.h"
 #include "producer/Device.h"
+#include "producer/StreamPump.h"
 
 namespace OrvexGev {
 
@@ -205,24 +206,14 @@ void UdpReceiver::Stop(bool kill) {
   }
 }
 
-void UdpReceiver::OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) {
-  m_assembler->OnPacket(datagram, now);
-}
-
 void UdpReceiver::Run() {
   const std::array<int, 2> fds{m_source->Fd(), m_wake.Fd()};
-  Clock::time_point timer = Clock::now();
+  StreamPump pump(*m_source, *m_assembler);
   Clock::time_point drainEnd = Clock::time_point::max();
   while (true) {
-    const bool any = m_source->Drain(*this);
     const auto now = Clock::now();
-    if (now >= timer) {
-      timer = m_assembler->OnTimer(now);
-      Publish(m_assembler->Statistics(), m_source->Statistics());
-    } else if (any) {
-      // New packets may bring a request forward.
-      timer = std::min(timer, now + 500us);
-    }
+    const StreamPump::Served served = pump.Serve(now);
+    if (served.timer) Publish(m_assembler->Statistics(), m_source->Statistics());
     if (m_stop) {
       if (drainEnd == Clock::time_point::max()) {
         m_assembler->Drain();
@@ -231,7 +222,7 @@ void UdpReceiver::Run() {
       }
       if (m_kill || m_assembler->Idle() || now >= drainEnd) break;
     }
-    if (!any) WaitReadable(fds, std::min(timer, drainEnd));
+    if (!served.any) WaitReadable(fds, std::min(pump.Next(), drainEnd));
   }
   m_assembler->Abort();
   Publish(m_assembler->Statistics(), m_source->Statistics());

@@ -12,7 +12,7 @@ namespace OrvexGev {
 
 class Device;
 
-class UdpReceiver final : public Receiver, private PacketHandler {
+class UdpReceiver final : public Receiver {
  public:
   UdpReceiver(Device& device, FrameSink& sink, const ReceiverSettings& settings);
   ~UdpReceiver() override;
@@ -25,7 +25,6 @@ class UdpReceiver final : public Receiver, private PacketHandler {
   size_t BufferGranted() const override { return m_bufferGranted; }
 
  private:
-  void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) override;
   void OpenSocket();
   void OpenChannel();
   void NegotiatePacketSize(uint32_t current);

@@ -85,6 +85,9 @@ inline Outcome RunFaultCase(const FaultCase& row, unsigned frames) {
 inline Outcome RunSlowLink(const Cable& cable, unsigned frames, bool stock) {
   OrvexSim::CameraOptions camera = PatternCamera(Cable::sk_camera, 1920, 1200, 50);
   camera.settings.emplace_back("SimSegmentationOffload", "0");
+  // Nor does its own port send faster, even after the camera was late.
+  camera.settings.emplace_back("DeviceLinkThroughputLimit", "125000000");
+  camera.settings.emplace_back("DeviceLinkThroughputLimitMode", "On");
   const Child cameras = StartCameras(cable.Camera(), {camera});
   Plan plan;
   plan.frames = frames;

@@ -12,8 +12,9 @@ static void PrintTo(const Outcome& o, std::ostream* out) {
        << o.missedFrames << " missed, " << o.lostFrames << " without buffer, " << o.timeouts
        << " timeouts, " << o.requests << " requests for " << o.requestedPackets << " packets, "
        << o.resent << " resent, " << o.duplicates << " duplicate, " << o.reordered << " reordered, "
-       << o.late << " late, " << o.lostPackets << " lost, " << o.socketDrops << " dropped, engine "
-       << o.engine << ", packets of " << o.packetSize << ", " << o.seconds << " s " << o.failure;
+       << o.late << " late, " << o.lostPackets << " lost, " << o.refused << " refused, "
+       << o.socketDrops << " dropped, engine " << o.engine << ", packets of " << o.packetSize
+       << ", " << o.seconds << " s " << o.failure;
 }
 
 static void PrintTo(const FaultCase& row, std::ostream* out) {

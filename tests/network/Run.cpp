@@ -184,6 +184,7 @@ void TakeNodes(Outcome& outcome, GenApi::INodeMap* stream) {
       {"StreamDuplicatePacketCount", &Outcome::duplicates},
       {"StreamLatePacketCount", &Outcome::late},
       {"StreamReorderedPacketCount", &Outcome::reordered},
+      {"StreamRefusedPacketCount", &Outcome::refused},
       {"StreamMissedFrameCount", &Outcome::missedFrames},
       {"StreamLostFrameCount", &Outcome::lostFrames},
       {"StreamSocketDropCount", &Outcome::socketDrops},

@@ -51,8 +51,8 @@ struct Outcome {
   double cpuSeconds = 0;  // of the receiving process meanwhile
   // Nodes of the stream at the end.
   int64_t lostPackets = 0, requests = 0, requestedPackets = 0, resent = 0, duplicates = 0, late = 0,
-          reordered = 0, missedFrames = 0, lostFrames = 0, socketDrops = 0, packets = 0, engine = 0,
-          packetSize = 0;
+          reordered = 0, missedFrames = 0, lostFrames = 0, refused = 0, socketDrops = 0,
+          packets = 0, engine = 0, packetSize = 0;
   unsigned latencies = 0;
   double latencyMedian = 0, latencyHigh = 0;  // us; the second is the 99th percentile
   double memoryGrowth = 0;                    // bytes of the second half of the run
