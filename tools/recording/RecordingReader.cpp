@@ -113,11 +113,12 @@ bool RecordingReader::ReadIndex() {
   const std::optional<RecordHeader> header = HeaderAt(tail->indexOffset);
   std::vector<std::uint8_t> places;
   if (!header || header->type != RecordType::Index ||
-      header->payloadBytes != tail->frames * sizeof(std::uint64_t) ||
+      header->payloadBytes % sizeof(std::uint64_t) != 0 ||
+      header->payloadBytes / sizeof(std::uint64_t) != tail->frames ||
       !Payload(tail->indexOffset, *header, places))
     return false;
   std::uint64_t last = 0;
-  m_frames.reserve(static_cast<std::size_t>(tail->frames));
+  m_frames.reserve(places.size() / sizeof(std::uint64_t));
   for (std::size_t i = 0; i < places.size(); i += sizeof(std::uint64_t)) {
     const std::uint64_t place = GetU64(&places[i]);
     if (place <= last || place >= tail->indexOffset) {
