@@ -12,6 +12,7 @@
 #include <set>
 #include <thread>
 
+#include "tools/Addresses.h"
 #include "tools/Failure.h"
 
 namespace OrvexTools {
@@ -188,12 +189,26 @@ std::optional<Number> ParseNumber(std::string_view text) {
   return value;
 }
 
+// A number, or an address in the notation in which the feature is shown.
+std::optional<std::int64_t> ParseInteger(GenApi::ERepresentation representation,
+                                         const std::string& text) {
+  const auto number = ParseNumber<std::int64_t>(text);
+  if (number) return number;
+  try {
+    if (representation == GenApi::IPV4Address) return ParseIp(text);
+    if (representation == GenApi::MACAddress) return static_cast<std::int64_t>(ParseMac(text));
+  } catch (const Misuse&) {
+    // What the feature takes is told by the caller.
+  }
+  return std::nullopt;
+}
+
 void WriteInteger(const std::string& name, GenApi::IInteger& integer, const std::string& text) {
   const std::int64_t min = integer.GetMin();
   const std::int64_t max = integer.GetMax();
   const bool stepped = integer.GetIncMode() == GenApi::fixedIncrement;
   const std::int64_t step = stepped ? integer.GetInc() : 1;
-  const auto value = ParseNumber<std::int64_t>(text);
+  const auto value = ParseInteger(integer.GetRepresentation(), text);
   const bool inRange = value && *value >= min && *value <= max;
   const bool onStep =
       inRange &&
@@ -203,6 +218,8 @@ void WriteInteger(const std::string& name, GenApi::IInteger& integer, const std:
   if (!onStep) {
     std::string takes = WithUnit(fmt::format("{} to {}", min, max), integer.GetUnit());
     if (step > 1) takes += fmt::format(" in steps of {}", step);
+    if (integer.GetRepresentation() == GenApi::IPV4Address)
+      takes += " or an address such as 192.168.0.10";
     throw Failure(fmt::format("{} takes a whole number from {}, not '{}'", name, takes, text));
   }
   integer.SetValue(*value);

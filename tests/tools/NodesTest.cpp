@@ -70,6 +70,8 @@ TEST_F(Nodes, WritesWhatFits) {
   EXPECT_EQ(WriteAndRead("Gain", "-2.5"), "-2.5");
   EXPECT_EQ(WriteAndRead("Mode", "once"), "Once");
   EXPECT_EQ(WriteAndRead("Label", "right side"), "right side");
+  WriteFeature(*m_pNodes, "Address", "192.168.5.20");
+  EXPECT_EQ(Described("Address")["value"], 0xC0A80514);
   WriteFeature(*m_pNodes, "Lamp", "On");
   EXPECT_EQ(Described("Lamp")["value"], true);
 }
@@ -98,6 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"BeyondSixtyFourBits", "Width", "99999999999999999999", "whole number"},
         RefusalCase{"Fraction", "Width", "32.5", "whole number"},
         RefusalCase{"Empty", "Width", "", "whole number"},
+        RefusalCase{"NoAddress", "Address", "192.168.5", "or an address such as"},
         RefusalCase{"FloatRange", "Gain", "24.1",
                     "Gain takes a number from -6 to 24 dB, not '24.1'"},
         RefusalCase{"NotANumber", "Gain", "nan", "Gain takes a number"},
