@@ -25,6 +25,16 @@ class MadeUpHost final : public Host {
   std::vector<HostLink> Links() const override { return links; }
   LinkTuning Tuning(const std::string&) const override { return tuning; }
   std::optional<std::string> FilterRules() const override { return rules; }
+  std::optional<std::vector<AddressClaim>> WhoHas(
+      const std::string&, const std::vector<std::uint32_t>& addresses) const override {
+    if (!claims) return std::nullopt;
+    std::vector<AddressClaim> answers;
+    for (const std::uint32_t ip : addresses) {
+      const auto [begin, end] = claims->equal_range(ip);
+      for (auto claim = begin; claim != end; ++claim) answers.push_back({ip, claim->second});
+    }
+    return answers;
+  }
 
   static HostLink Link(const char* pName, const char* pIp, std::uint32_t mtu = 9000) {
     return {pName, ParseIp(pIp), ParseMask("24"), mtu, false};
@@ -36,12 +46,15 @@ class MadeUpHost final : public Host {
       {"/proc/sys/net/ipv4/conf/eth1/rp_filter", "0\n"},
       {"/sys/devices/system/cpu/cpu0/cpufreq/scaling_governor", "performance\n"},
       {"/sys/class/net/eth1/speed", "10000\n"},
+      {"/proc/net/route", "Iface Destination\neth0 00000000\n"},
       {"/proc/net/arp", "IP address HW type Flags HW address Mask Device\n"},
   };
   std::vector<HostLink> links = {{"lo", ParseIp("127.0.0.1"), ParseMask("8"), 65536, true},
                                  Link("eth1", "192.168.1.1")};
   LinkTuning tuning{4096, 4096, 50, 1, false};
   std::optional<std::string> rules = R"({"nftables": []})";
+  // What stations answer when they are asked for an address.
+  std::optional<std::multimap<std::uint32_t, std::string>> claims{std::in_place};
 };
 
 CameraFacts Camera(const char* pIp, const char* pMac = "02:00:00:00:00:01") {
@@ -174,6 +187,12 @@ const Case sk_cases[] = {
     {"StrictReversePath",
      [](World& w) { w.Replace("/proc/sys/net/ipv4/conf/all/rp_filter", sk_strict); },
      "reverse_path", Level::Note, "eth1: strict", "sysctl -w net.ipv4.conf.eth1.rp_filter=2"},
+    {"LooseReversePathWithoutAWayBack",
+     [](World& w) {
+       w.Replace("/proc/sys/net/ipv4/conf/eth1/rp_filter", "2\n");
+       w.Replace("/proc/net/route", "Iface Destination\n");
+     },
+     "reverse_path", Level::Note, "eth1: loose, and no route", "net.ipv4.conf.eth1.rp_filter=0"},
     {"StrictReversePathOfTwoInOneSubnet",
      [](World& w) {
        w.Replace("/proc/sys/net/ipv4/conf/eth1/rp_filter", sk_strict);
@@ -219,9 +238,10 @@ const Case sk_cases[] = {
        w.host.links[1].ip = ParseIp("192.168.1.10");
        w.situation.link = w.host.links[1];
        w.host.files["/proc/net/arp"] += "192.168.1.11 0x1 0x2 02:00:00:00:00:99 * eth1\n";
+       w.host.claims->emplace(ParseIp("192.168.1.12"), "02:00:00:00:00:98");
      },
      "camera_subnet", Level::Problem, "10.0.0.5, eth1 has 192.168.1.10/24",
-     "orvex forceip 02:00:00:00:00:01 192.168.1.12 --mask 24"},
+     "orvex forceip 02:00:00:00:00:01 192.168.1.13 --mask 24"},
     {"CameraLinkLocal", [](World& w) { w.Become(Camera("169.254.7.8")); }, "link_local",
      Level::Problem, "a link-local address, eth1 has 192.168.1.1/24", "orvex forceip"},
     {"HostLinkLocal",
@@ -236,9 +256,26 @@ const Case sk_cases[] = {
      "forceip 02:00:00:00:00:02"},
     {"AnotherDeviceAnswersForTheCamera",
      [](World& w) {
+       for (const char* pMac : {"02:00:00:00:00:01", "02:00:00:00:00:77"})
+         w.host.claims->emplace(ParseIp("192.168.1.20"), pMac);
+     },
+     "duplicate_ip", Level::Problem, "192.168.1.20) shares its address with 02:00:00:00:00:77",
+     "forceip"},
+    {"NeighbourThatMayBeAnother",
+     [](World& w) {
+       w.host.claims.reset();
        w.host.files["/proc/net/arp"] += "192.168.1.20 0x1 0x2 02:00:00:00:00:77 * eth1\n";
      },
-     "duplicate_ip", Level::Problem, "02:00:00:00:00:77 answers as", "forceip"},
+     "duplicate_ip", Level::Note, "has lately been that of 02:00:00:00:00:77", ""},
+    {"AVirtualCameraAnswersAsItsHost",
+     [](World& w) { w.host.claims->emplace(ParseIp("192.168.1.20"), "02:00:00:00:00:77"); },
+     "duplicate_ip", Level::Ok, "no address is seen twice; asked on eth1", ""},
+    {"NobodyCanBeAsked", [](World& w) { w.host.claims.reset(); }, "duplicate_ip", Level::Ok,
+     "on eth1 only looked at the neighbours known so far", ""},
+    {"AnotherDeviceHasTheHostsAddress",
+     [](World& w) { w.host.claims->emplace(ParseIp("192.168.1.1"), "02:00:00:00:00:77"); },
+     "duplicate_ip", Level::Problem, "02:00:00:00:00:77 has 192.168.1.1 too",
+     "ip addr del 192.168.1.1/24 dev eth1"},
     {"CameraHasTheHostsAddress", [](World& w) { w.Become(Camera("192.168.1.1")); }, "duplicate_ip",
      Level::Problem, "has the address of this computer's eth1", "forceip"},
     {"ShortHeartbeat", [](World& w) { w.situation.heartbeatMs = 3000; }, "heartbeat", Level::Note,

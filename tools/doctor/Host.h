@@ -31,6 +31,14 @@ struct LinkTuning {
   bool adaptive = false;
 };
 
+// A station of a link that says it has an address.
+struct AddressClaim {
+  std::uint32_t ip = 0;
+  std::string mac;  // "02:00:00:00:00:01"
+
+  bool operator==(const AddressClaim&) const = default;
+};
+
 class Host {
  public:
   virtual ~Host() = default;
@@ -42,6 +50,11 @@ class Host {
 
   // The packet filter's rules as `nft --json` prints them; nothing without the right to read them.
   virtual std::optional<std::string> FilterRules() const = 0;
+
+  // Who claims these addresses when the link is asked, in less than a second; nothing without the
+  // right to ask, or where the link has no such question.
+  virtual std::optional<std::vector<AddressClaim>> WhoHas(
+      const std::string& link, const std::vector<std::uint32_t>& addresses) const = 0;
 };
 
 // This computer.
@@ -51,6 +64,8 @@ class LinuxHost final : public Host {
   std::vector<HostLink> Links() const override;
   LinkTuning Tuning(const std::string& link) const override;
   std::optional<std::string> FilterRules() const override;
+  std::optional<std::vector<AddressClaim>> WhoHas(
+      const std::string& link, const std::vector<std::uint32_t>& addresses) const override;
 };
 
 // The first whole number in a file, such as those under /proc/sys and /sys/class/net.

@@ -19,14 +19,15 @@ constexpr unsigned sk_goodCoalesceUsecs = 64;
 constexpr unsigned sk_longCoalesceUsecs = 1000;
 constexpr int sk_maxProcessors = 4096;
 constexpr std::int64_t sk_strictReversePath = 1;
+constexpr std::int64_t sk_looseReversePath = 2;
 
 std::string Trimmed(std::string text) {
   text.erase(text.find_last_not_of(" \n") + 1);
   return text;
 }
 
-// The interfaces of the default routes, as /proc/net/route lists them.
-bool HasDefaultRoute(const Host& host, const std::string& link) {
+// True when a default route leads over the link, or over any for an empty name.
+bool HasDefaultRoute(const Host& host, const std::string& link = "") {
   std::istringstream table(host.ReadFile("/proc/net/route").value_or(""));
   std::string line;
   while (std::getline(table, line)) {
@@ -34,7 +35,7 @@ bool HasDefaultRoute(const Host& host, const std::string& link) {
     std::string name;
     std::string destination;
     words >> name >> destination;
-    if (name == link && destination == "00000000") return true;
+    if ((link.empty() || name == link) && destination == "00000000") return true;
   }
   return false;
 }
@@ -162,30 +163,41 @@ std::vector<Outcome> CheckLinkMtu(const Situation& situation) {
   return outcomes;
 }
 
+// The kernel goes by the larger of two settings: 0 is off, 1 strict, 2 loose. Loose lets in what
+// any route leads back to.
 std::vector<Outcome> CheckReversePath(const Situation& situation) {
-  const auto all = ReadNumber(situation.host, "/proc/sys/net/ipv4/conf/all/rp_filter");
+  const Host& host = situation.host;
+  const std::string folder = "/proc/sys/net/ipv4/conf/";
+  const auto all = ReadNumber(host, folder + "all/rp_filter");
+  const bool routeToAll = HasDefaultRoute(host);
   std::vector<Outcome> outcomes;
   for (const HostLink& link : ConcernedLinks(situation)) {
-    const auto own =
-        ReadNumber(situation.host, "/proc/sys/net/ipv4/conf/" + link.name + "/rp_filter");
-    // The kernel takes the larger of the two: 2 is loose, 1 strict.
+    const auto own = ReadNumber(host, folder + link.name + "/rp_filter");
     const std::int64_t value = std::max(all.value_or(0), own.value_or(0));
+    const bool strict = value == sk_strictReversePath;
     if (!all || !own) {
       outcomes.push_back({Level::Unknown, link.name + ": cannot be read", {}, ""});
-    } else if (value != sk_strictReversePath) {
-      outcomes.push_back(
-          {Level::Ok, fmt::format("{}: {}", link.name, value == 0 ? "off" : "loose"), {}, ""});
-    } else {
-      const auto links = situation.host.Links();
+      continue;
+    }
+    Outcome outcome{Level::Ok,
+                    link.name + (value == 0 ? ": off"
+                                 : strict   ? ": strict"
+                                            : ": loose"),
+                    {},
+                    ""};
+    if (!link.loopback && (strict || (value != 0 && !routeToAll))) {
+      const auto links = host.Links();
       const bool shared = std::any_of(links.begin(), links.end(), [&link](const HostLink& other) {
         return other.name != link.name && !other.loopback && other.Contains(link.ip);
       });
-      const Level level = shared ? Level::Problem : link.loopback ? Level::Ok : Level::Note;
-      Outcome outcome{level, fmt::format("{}: strict", link.name), {}, ""};
-      if (level != Level::Ok)
-        outcome.commands = {fmt::format("sysctl -w net.ipv4.conf.{}.rp_filter=2", link.name)};
-      outcomes.push_back(std::move(outcome));
+      outcome.level = strict && shared ? Level::Problem : Level::Note;
+      if (!strict) outcome.measured += ", and no route leads to other subnets";
+      if (!routeToAll && *all != 0)
+        outcome.commands.emplace_back("sysctl -w net.ipv4.conf.all.rp_filter=0");
+      outcome.commands.push_back(fmt::format("sysctl -w net.ipv4.conf.{}.rp_filter={}", link.name,
+                                             routeToAll ? sk_looseReversePath : 0));
     }
+    outcomes.push_back(std::move(outcome));
   }
   return outcomes;
 }
