@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Follows the documentation as a newcomer does: every block of commands of a page is run, in the
 // page's order and in one shell, against the installed SDK. A block of text behind one shows output
-// that must really come; numbers may differ. Blocks of the kind "sh host" change the machine and
-// are only checked for their syntax.
+// that must really come; numbers may differ. Pages with blocks of the kind "sh host", which change
+// the computer, are followed on a machine that is thrown away (tests/machine/machine.sh).
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "Pages.h"
@@ -19,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* sk_mark = "@@@ block ";
+constexpr const char* sk_mark = "@@@ line ";
 
 std::vector<fs::path> PagesWithCommands() {
   std::vector<fs::path> pages;
@@ -33,37 +32,28 @@ std::vector<fs::path> PagesWithCommands() {
   return pages;
 }
 
-// Cameras that are started in the background are waited for, as a person does without noticing.
-std::string WaitingForCameras(const std::string& commands) {
-  static const std::regex start(R"((^|\n)(orvex sim[^\n&#]*)&[^\n]*)");
-  return std::regex_replace(commands, start,
-                            "$1$2 >>sim.log 2>&1 &\n"
-                            "until grep -q ready sim.log; do kill -0 $$!; sleep 0.02; done\n"
-                            ": >sim.log");
+// What a page needs of the computer.
+struct Needs {
+  bool administrator = false;
+  bool checkout = false;  // it builds and installs by itself
+};
+
+Needs NeedsOf(const std::vector<Block>& blocks) {
+  Needs needs;
+  for (const Block& block : blocks) {
+    needs.administrator |= block.kind == "sh host";
+    needs.checkout |= block.text.find("./dev ") != std::string::npos;
+  }
+  return needs;
 }
 
-std::string ScriptOf(const std::vector<Block>& blocks) {
+std::string Surroundings() {
   const std::string prefix = std::string(places::sk_binaryDir) + "/installed";
-  std::string script =
-      "set -euo pipefail\n"
-      "prefix='" +
-      prefix +
-      "'\n"
-      "libraries=$(dirname \"$(find \"$prefix\" -name liborvex.so)\")\n"
-      "export PATH=$prefix/bin:$PATH CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$libraries\n"
-      "export PKG_CONFIG_PATH=$libraries/pkgconfig ORVEX_TREE='" +
-      std::string(places::sk_sourceDir) +
-      "'\n"
-      "trap 'kill $(jobs -p) 2>/dev/null || true' EXIT\n";
-  for (std::size_t i = 0; i < blocks.size(); ++i) {
-    if (blocks[i].kind == "sh") {
-      script += "echo; echo '" + std::string(sk_mark) + std::to_string(i) + "'\n" +
-                WaitingForCameras(blocks[i].text);
-    } else if (blocks[i].kind == "sh host") {
-      script += "bash -n <<'ONLY-SYNTAX'\n" + blocks[i].text + "ONLY-SYNTAX\n";
-    }
-  }
-  return script;
+  return "prefix='" + prefix +
+         "'\n"
+         "libraries=$(dirname \"$(find \"$prefix\" -name liborvex.so)\")\n"
+         "export PATH=$prefix/bin:$PATH CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$libraries\n"
+         "export PKG_CONFIG_PATH=$libraries/pkgconfig\n";
 }
 
 // Digits become '#', white space a single blank: what stays the same from one machine to another.
@@ -79,8 +69,8 @@ std::string Shape(const std::string& text) {
   return shape;
 }
 
-std::string OutputOfBlock(const std::string& output, std::size_t index) {
-  const std::string mark = sk_mark + std::to_string(index) + "\n";
+std::string OutputOfBlock(const std::string& output, const Block& block) {
+  const std::string mark = sk_mark + std::to_string(block.line) + "\n";
   const std::size_t begin = output.find(mark);
   if (begin == std::string::npos) return "";
   const std::size_t end = output.find(sk_mark, begin + mark.size());
@@ -95,22 +85,42 @@ class Guide : public testing::TestWithParam<fs::path> {
   }
   ~Guide() override { fs::remove_all(m_folder); }
 
+  // Leaves the page's script in the folder.
+  void WriteScript(const std::string& before, bool administrator) {
+    const fs::path printer = fs::path(places::sk_sourceDir) / "tests/docs/follow.awk";
+    const Result script = RunToEnd("/usr/bin/awk", {"-v", administrator ? "host=1" : "host=0", "-f",
+                                                    printer.string(), GetParam().string()});
+    ASSERT_EQ(script.code, 0) << script.err;
+    std::ofstream(m_folder / "page.sh") << before << script.out;
+  }
+
   fs::path m_folder;
 };
 
 TEST_P(Guide, DoesWhatItShows) {
+  const fs::path tree = places::sk_sourceDir;
   const std::vector<Block> blocks = BlocksOf(GetParam());
-  std::ofstream(m_folder / "page.sh") << ScriptOf(blocks);
-  const Result result = RunToEnd("/bin/bash", {"page.sh"}, Seconds(150), m_folder);
+  const Needs needs = NeedsOf(blocks);
+  if (needs.checkout && fs::path(places::sk_binaryDir) != tree / "build/dev")
+    GTEST_SKIP() << "the page builds build/dev, which is not the build that is tested";
+  WriteScript(needs.checkout ? "" : Surroundings(), needs.administrator);
+  Result result;
+  if (needs.administrator) {
+    result = RunToEnd(tree / "tests/machine/machine.sh",
+                      {"/", (m_folder / "page.sh").string(), tree.string()}, Seconds(300));
+    if (result.code == 77) GTEST_SKIP() << result.out;
+  } else {
+    result = RunToEnd("/bin/bash", {"page.sh"}, Seconds(150), m_folder);
+  }
   EXPECT_EQ(result.code, 0) << result.out << result.err;
-  for (std::size_t i = 0; i < blocks.size(); ++i) {
-    const std::string shape = Shape(OutputOfBlock(result.out, i));
-    std::istringstream lines(blocks[i].output);
+  for (const Block& block : blocks) {
+    const std::string shape = Shape(OutputOfBlock(result.out, block));
+    std::istringstream lines(block.output);
     for (std::string line; std::getline(lines, line);) {
       if (line == "...") continue;
       EXPECT_NE(shape.find(Shape(line)), std::string::npos)
-          << GetParam() << ':' << blocks[i].line << " shows '" << line << "', but there came\n"
-          << OutputOfBlock(result.out, i);
+          << GetParam() << ':' << block.line << " shows '" << line << "', but there came\n"
+          << OutputOfBlock(result.out, block);
     }
   }
 }
