@@ -16,15 +16,30 @@
 namespace OrvexTools {
 namespace {
 
-constexpr auto sk_addCommands = {
-    &AddListCommand,       &AddInfoCommand,         &AddFeaturesCommand,   &AddGetCommand,
-    &AddSetCommand,        &AddExecuteCommand,      &AddGrabCommand,       &AddStreamCommand,
-    &AddSaveCommand,       &AddLoadCommand,         &AddConvertCommand,    &AddLutCommand,
-    &AddSelectBitsCommand, &AddDeinterleaveCommand, &AddDecompressCommand, &AddForceIpCommand,
-    &AddUnicastCommand,    &AddLogCommand,          &AddChunksCommand,     &AddEventsCommand,
-    &AddActionCommand,     &AddSendCommand,         &AddReceiveCommand,    &AddRecordCommand,
-    &AddReplayCommand,     &AddBenchCommand,        &AddDoctorCommand,     &AddSimCommand,
+struct CommandGroup {
+  const char* title;
+  std::vector<void (*)(CLI::App& program, Output& output)> commands;
 };
+
+// As `orvex --help` lists them.
+const std::vector<CommandGroup>& Groups() {
+  static const std::vector<CommandGroup> s_groups = {
+      {"Cameras and their features",
+       {&AddListCommand, &AddInfoCommand, &AddFeaturesCommand, &AddGetCommand, &AddSetCommand,
+        &AddExecuteCommand, &AddSaveCommand, &AddLoadCommand}},
+      {"Pictures",
+       {&AddGrabCommand, &AddStreamCommand, &AddChunksCommand, &AddEventsCommand, &AddActionCommand,
+        &AddRecordCommand, &AddReplayCommand, &AddSendCommand, &AddReceiveCommand}},
+      {"Picture files",
+       {&AddConvertCommand, &AddLutCommand, &AddSelectBitsCommand, &AddDeinterleaveCommand,
+        &AddDecompressCommand}},
+      {"Networks and faults",
+       {&AddDoctorCommand, &AddBenchCommand, &AddForceIpCommand, &AddUnicastCommand,
+        &AddLogCommand}},
+      {"Without a camera", {&AddSimCommand}},
+  };
+  return s_groups;
+}
 
 bool IsNegativeNumber(const std::string& text) {
   return text.size() > 1 && text[0] == '-' &&
@@ -58,7 +73,17 @@ void DescribeProgram(CLI::App& program, Output& output) {
   program.description("Finds, shows, sets and streams machine-vision cameras");
   program.require_subcommand(1);
   program.set_version_flag("--version", [] { return std::string(Orvex::GetVersion().c_str()); });
-  for (const auto addCommand : sk_addCommands) addCommand(program, output);
+  program.footer(
+      "Without a camera begin with `orvex sim &`, then `orvex list` and `orvex grab -o "
+      "picture.png`; "
+      "when something\ndoes not work, ask `orvex doctor`. `man orvex-COMMAND` tells what "
+      "`orvex COMMAND --help` does.");
+  for (const CommandGroup& group : Groups()) {
+    for (const auto addCommand : group.commands) {
+      addCommand(program, output);
+      program.get_subcommands([](const CLI::App*) { return true; }).back()->group(group.title);
+    }
+  }
 }
 
 int RunProgram(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
