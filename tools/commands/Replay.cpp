@@ -31,6 +31,7 @@ constexpr Field sk_fields[] = {
     {"model", "Model"},
     {"serial", "Camera"},
     {"frames", "Frames"},
+    {"looked_at", "Looked at", "frames"},
     {"seconds", "Time", "s"},
     {"frames_per_second", "Rate", "frames/s"},
     {"width", "Width", "pixels"},
@@ -158,6 +159,7 @@ class Replayer {
       if (camera.is_object() && camera.contains(pKey)) record[pKey] = camera[pKey];
     }
     record["frames"] = m_reader.Count();
+    if (m_seen + m_damaged < m_reader.Count()) record["looked_at"] = m_seen + m_damaged;
     if (m_seen > 0) {
       record.update(DescribeFrame(m_first));
       for (const char* pKey : {"frame_id", "timestamp_ns", "host_time_ns", "incomplete"})
