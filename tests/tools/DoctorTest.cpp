@@ -267,6 +267,13 @@ const Case sk_cases[] = {
        w.host.files["/proc/net/arp"] += "192.168.1.20 0x1 0x2 02:00:00:00:00:77 * eth1\n";
      },
      "duplicate_ip", Level::Note, "has lately been that of 02:00:00:00:00:77", ""},
+    {"AnInterfaceOfOursAnswersForAnother",
+     [](World& w) {
+       w.host.files["/proc/net/dev"] = "Inter-| Receive\n  eth7: 1 2\n";
+       w.host.files["/sys/class/net/eth7/address"] = "02:00:00:00:00:07\n";
+       w.host.claims->emplace(ParseIp("192.168.1.1"), "02:00:00:00:00:07");
+     },
+     "duplicate_ip", Level::Ok, "no address is seen twice", ""},
     {"AVirtualCameraAnswersAsItsHost",
      [](World& w) { w.host.claims->emplace(ParseIp("192.168.1.20"), "02:00:00:00:00:77"); },
      "duplicate_ip", Level::Ok, "no address is seen twice; asked on eth1", ""},
