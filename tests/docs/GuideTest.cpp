@@ -107,7 +107,7 @@ TEST_P(Guide, DoesWhatItShows) {
   Result result;
   if (needs.administrator) {
     result = RunToEnd(tree / "tests/machine/machine.sh",
-                      {"/", (m_folder / "page.sh").string(), tree.string()}, Seconds(300));
+                      {"/", (m_folder / "page.sh").string(), tree.string()}, Seconds(600));
     if (result.code == 77) GTEST_SKIP() << result.out;
   } else {
     result = RunToEnd("/bin/bash", {"page.sh"}, Seconds(150), m_folder);

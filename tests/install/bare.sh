@@ -3,7 +3,8 @@
 # usage: bare.sh PACKAGES_DIR SOURCE_DIR ROOT_DIR
 # Tries the Debian packages on a bare Debian 12 (made in ROOT_DIR by debootstrap when it is not there): installs them,
 # takes a picture from a virtual camera, builds and runs the program of README.md with CMake and with pkg-config alone,
-# removes the packages and looks for what they leave behind. Needs root and the network, so it is no part of ./dev test.
+# follows README.md and the guide page by page, removes the packages and looks for what they leave behind. Needs root and
+# the network, so it is no part of ./dev test.
 set -euo pipefail
 packages=$1 source=$2 root=$3
 # Where this machine takes its own packages from.
@@ -57,6 +58,26 @@ alone 'cd /try; cmake -S . -B build >/dev/null; cmake --build build >/dev/null
   build/nodes; ./plain-nodes
   orvex sim >sim.log & trap "kill $!" EXIT; until grep -q ready sim.log; do sleep 0.1; done
   for program in build/first ./plain; do rm -f picture.ppm; $program; test -s picture.ppm; done'
+
+say "following the pages"
+inside ldconfig
+guide=$source/docs/guide
+# Its own commands of installing are run here, where there is a network.
+echo 'APT::Get::Assume-Yes "true"; Dpkg::Use-Pty "0";' >"$root/etc/apt/apt.conf.d/90try"
+mkdir -p "$root/try/build" && ln -sfn .. "$root/try/build/packages"
+grep -h '^sudo apt-get install' "$guide"/*.md | while read -r _ command; do
+  inside bash -c "cd /try && $command" </dev/null >/dev/null
+done
+failed=0
+for page in "$source/README.md" $(sed -nE 's/^[0-9]+\. \[.*\]\(([^)]*)\).*/\1/p' "$guide/README.md" | sed "s|^|$guide/|"); do
+  awk -v host=1 -v without='./dev ' -f "$source/tests/docs/follow.awk" "$page" >"$root/try/page.sh"
+  if "$source/tests/machine/machine.sh" "$root" "$root/try/page.sh" >"$root/try/page.log" 2>&1; then
+    echo "followed: $(basename "$page")"
+  else
+    echo "stumbled: $(basename "$page")"; tail -n 40 "$root/try/page.log"; failed=1
+  fi
+done
+[ $failed = 0 ]
 
 say "removing them"
 inside apt-get -o Dpkg::Use-Pty=0 purge -y -qq "${names[@]}" >/dev/null

@@ -73,6 +73,8 @@ END
 printf '#!/bin/sh\nexec /usr/bin/ctest -N "$@"\n' >"$local/bin/ctest"
 chmod +x "$local"/*bin/*
 echo 'APT::Get::Upgrade "false"; APT::Get::Assume-Yes "true";' >"$machine/etc/apt/apt.conf.d/90machine"
+# As at boot.
+[ ! -x "$machine/usr/sbin/nft" ] || chroot "$machine" /usr/sbin/nft -f /etc/nftables.conf
 exec chroot "$machine" /usr/bin/env -i HOME=/root LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive ORVEX_SHIP=dev \
   PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
   bash -c 'cd "$1" && exec bash /root/script "${@:2}" </dev/null' - "${tree:-/root}" "${@:4}"
