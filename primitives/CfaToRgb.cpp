@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Directional demosaicing. Green comes first, along the direction in which it changes less,
-// corrected by the second difference of the measured colour; then red and blue as their mean
-// difference to green in the neighbourhood.
+// corrected by the second difference of the measured colour; then red and blue by their difference
+// to green on both sides.
 //
 // Where colour and green change unlike, the correction is wrong, and shows as a green beyond that
-// of both neighbours; it is taken back as far as the two changes differ. Of four differences to
-// green the outer two are left out, which are on the other side of an edge.
+// of both neighbours; it is taken back as far as the two changes differ. Of the differences on both
+// sides the one counts more whose green is nearer, in proportion: at an edge it is that of the same
+// side, whatever the colour of the other.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/CfaToRgb.cpp"
 // Its byte permutations take three channels apart and together.
@@ -58,15 +59,17 @@ class CfaWorker {
   explicit CfaWorker(const MosaicJob<T>& job) : m_job(job) {
     const int width = job.region.width;
     uint8_t* at = ThreadScratch(decltype(m_raw)::Bytes(width) + decltype(m_green)::Bytes(width) +
-                                decltype(m_difference)::Bytes(width) + 2 * LineBytes());
+                                decltype(m_difference)::Bytes(width) +
+                                decltype(m_other)::Bytes(width) + 2 * (LineBytes() + 64));
     m_ready = at != nullptr;
     if (!m_ready) return;
     at = m_difference.Place(at, width);
+    at = m_other.Place(at, width);
     at = m_raw.Place(at, width);
     at = m_green.Place(at, width);
     for (T*& line : m_lines) {
       line = reinterpret_cast<T*>(at);
-      at += LineBytes();
+      at += (LineBytes() + 63) / 64 * 64;
     }
   }
 
@@ -135,25 +138,81 @@ class CfaWorker {
     }
   }
 
-  void Output(int y) {
-    if (ColourInEvenLanes(m_job, y))
-      IsRedLine(m_job, y) ? OutputOf<true, true>(y) : OutputOf<true, false>(y);
-    else
-      IsRedLine(m_job, y) ? OutputOf<false, true>(y) : OutputOf<false, false>(y);
+  // 255 / (at + 1) of 0 to 15, twice.
+  static HWY_INLINE V TwiceShare(V at) {
+    const D d;
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+    if constexpr (sizeof(T) == 1 && hn::MaxLanes(D()) == 32) {
+      alignas(64) static constexpr uint16_t sk_twice[32] = {510, 254, 170, 126, 102, 84, 72, 62,
+                                                            56,  50,  46,  42,  38,  36, 34, 30};
+      return V{_mm512_permutexvar_epi16(at.raw, _mm512_load_si512(sk_twice))};
+    }
+#endif
+    alignas(16) static constexpr uint8_t sk_once[16] = {255, 127, 85, 63, 51, 42, 36, 31,
+                                                        28,  25,  23, 21, 19, 18, 17, 15};
+    const hn::Repartition<uint8_t, D> d8;
+    const auto bytes = hn::TableLookupBytes(hn::LoadDup128(d8, sk_once), hn::BitCast(d8, at));
+    const V once = hn::And(hn::BitCast(d, bytes), hn::Set(d, 0xFF));
+    return hn::Add(once, once);
   }
 
-  // Where a colour is not measured it is green plus the mean difference around: of two neighbours
-  // in the line or the column, or of the middle two of four diagonal ones.
+  // Between two differences to green, in proportion to how near their greens are: changeA and
+  // changeB are how far those differ from the green here. The division by their sum is a table.
+  static HWY_INLINE V Between(V a, V b, V changeA, V changeB) {
+    const D d;
+    const V share = TwiceShare(hn::ShiftRight<sk_bits - 3>(hn::Add(changeA, changeB)));
+    const V lead = hn::Mul(hn::Sub(changeB, changeA), share), difference = hn::Sub(a, b);
+    if constexpr (sizeof(T) == 1) {
+      const V weight = hn::Add(lead, hn::Set(d, 1 << 14));
+      return hn::Add(b, hn::MulFixedPoint15(difference, weight));
+    } else {
+      const V weight = hn::Add(hn::ShiftRight<10>(lead), hn::Set(d, 1 << 12));
+      const V part = hn::Add(hn::Mul(difference, weight), hn::Set(d, 1 << 12));
+      return hn::Add(b, hn::ShiftRight<13>(part));
+    }
+  }
+  static HWY_INLINE V Change(V a, V b) {
+    return hn::Abs(hn::Sub(a, b));
+  }
+
+  void Output(int y) {
+    if (ColourInEvenLanes(m_job, y)) {
+      OtherOf<true>(y);
+      IsRedLine(m_job, y) ? OutputOf<true, true>(y) : OutputOf<true, false>(y);
+    } else {
+      OtherOf<false>(y);
+      IsRedLine(m_job, y) ? OutputOf<false, true>(y) : OutputOf<false, false>(y);
+    }
+  }
+
+  // The difference to green of the colour that line y does not measure, at its green samples.
+  template <bool ColourIsEven>
+  HWY_INLINE void OtherOf(int y) {
+    const D d;
+    const int n = int(hn::Lanes(d)), last = (m_job.region.width + 1) / 2;
+    const T *green = m_green[y], *greenUp = m_green[y - 1], *greenDown = m_green[y + 1];
+    const S *up = m_difference[y - 1], *down = m_difference[y + 1];
+    S* HWY_RESTRICT other = m_other[0];
+    const auto column = [](const T* line, int pair) HWY_ATTR {
+      return ColourIsEven ? Odd(Pairs(line, pair)) : Even(Pairs(line, pair));
+    };
+    for (int i = -1; i <= last; i += n) {
+      const V here = column(green, i);
+      const V between =
+          Between(hn::LoadU(d, up + i), hn::LoadU(d, down + i), Change(here, column(greenUp, i)),
+                  Change(here, column(greenDown, i)));
+      hn::StoreU(between, d, other + i);
+    }
+  }
+
+  // Where a colour is not measured it is green plus the difference between those on both sides: of
+  // the line's own colour at its green samples, of the other one at its colour samples.
   template <bool ColourIsEven, bool LineIsRed>
   HWY_INLINE void OutputOf(int y) {
     const D d;
     const int n = int(hn::Lanes(d)), width = m_job.region.width;
     const T *row = m_raw[y], *green = m_green[y];
-    const S *own = m_difference[y], *up = m_difference[y - 1], *down = m_difference[y + 1];
-    // Pairs whose colours lie to the left and to the right of this pair's green, and of its colour
-    // in the other lines.
-    constexpr int sk_left = ColourIsEven ? 0 : -1, sk_right = sk_left + 1;
-    constexpr int sk_otherLeft = ColourIsEven ? -1 : 0, sk_otherRight = sk_otherLeft + 1;
+    const S *own = m_difference[y], *other = m_other[0];
     T* const line = m_job.Out(y);
     T* const out = m_job.around ? m_lines[y & 1] : line;
     const T* const next = m_next;
@@ -162,23 +221,21 @@ class CfaWorker {
       const auto at = [i](const S* line, int pair)
                           HWY_ATTR { return hn::LoadU(D(), line + i + pair); };
       const VP raw = Pairs(row, i), full = Pairs(green, i);
-      const V measured = ColourIsEven ? Even(raw) : Odd(raw);
-      const V greenAtGreen = ColourIsEven ? Odd(full) : Even(full),
-              greenAtColour = ColourIsEven ? Even(full) : Odd(full);
-      const V one = hn::Set(d, 1);
-      const auto mean = [&](V sum) HWY_ATTR { return hn::ShiftRight<1>(hn::Add(sum, one)); };
-      const V ownSum = hn::Add(at(own, sk_left), at(own, sk_right));
-      const V ownAtGreen = Clamped(hn::Add(greenAtGreen, mean(ownSum)));
-      const V upLeft = at(up, sk_otherLeft), upRight = at(up, sk_otherRight);
-      const V downLeft = at(down, sk_otherLeft), downRight = at(down, sk_otherRight);
-      const V column = ColourIsEven ? hn::Add(upRight, downRight) : hn::Add(upLeft, downLeft);
-      const V otherAtGreen = Clamped(hn::Add(greenAtGreen, mean(column)));
-      const V middle = hn::Add(hn::Max(hn::Min(upLeft, downRight), hn::Min(upRight, downLeft)),
-                               hn::Min(hn::Max(upLeft, downRight), hn::Max(upRight, downLeft)));
-      const V otherAtColour = Clamped(hn::Add(greenAtColour, mean(middle)));
-      const VP ownPairs = ColourIsEven ? Join(measured, ownAtGreen) : Join(ownAtGreen, measured);
+      const V even = Even(full), odd = Odd(full);
+      // From the pixel before the pair, within it, and to the one after it.
+      const V before = Change(even, Odd(Pairs(green, i - 1))), within = Change(even, odd);
+      const V after = Change(odd, Even(Pairs(green, i + 1)));
+      // Each pixel of a pair stands between one of the same pair and one of the next or last.
+      const auto atEven = [&](const S* line) HWY_ATTR {
+        return Clamped(hn::Add(even, Between(at(line, -1), at(line, 0), before, within)));
+      };
+      const auto atOdd = [&](const S* line) HWY_ATTR {
+        return Clamped(hn::Add(odd, Between(at(line, 0), at(line, 1), within, after)));
+      };
+      const V otherAtGreen = Clamped(hn::Add(ColourIsEven ? odd : even, at(other, 0)));
+      const VP ownPairs = ColourIsEven ? Join(Even(raw), atOdd(own)) : Join(atEven(own), Odd(raw));
       const VP otherPairs =
-          ColourIsEven ? Join(otherAtColour, otherAtGreen) : Join(otherAtGreen, otherAtColour);
+          ColourIsEven ? Join(atEven(other), otherAtGreen) : Join(otherAtGreen, atOdd(other));
       const DT dt;
       const auto r = hn::BitCast(dt, LineIsRed ? ownPairs : otherPairs),
                  b = hn::BitCast(dt, LineIsRed ? otherPairs : ownPairs);
@@ -193,13 +250,16 @@ class CfaWorker {
     }
   }
 
-  size_t LineBytes() const { return size_t(m_job.region.width) * 3 * sizeof(T); }
+  size_t LineBytes() const {
+    return size_t(m_job.region.width) * 3 * sizeof(T);
+  }
 
   const MosaicJob<T>& m_job;
   LineRing<T, 8> m_raw;
   const T* m_next = nullptr;  // the line of the mosaic to load next
   LineRing<T, 4> m_green;
   LineRing<S, 4> m_difference;  // by pairs
+  LineRing<S, 1> m_other;       // by pairs: of the colour that the line does not measure
   // Of the picture, where it is written around the caches: one while the other is copied.
   T* m_lines[2] = {};
   AroundCopy m_copy;

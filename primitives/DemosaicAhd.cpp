@@ -2,12 +2,13 @@
 // Adaptive homogeneity-directed demosaicing after K. Hirakawa and T. W. Parks, IEEE Transactions on
 // Image Processing 14(3), 2005. Green is interpolated once along lines and once along columns; each
 // pixel takes it from the picture that is more homogeneous around the pixel, as CIELab sees it; red
-// and blue follow by their difference to green, whose median removes false colour. Lines stream
-// through the stages, each of which runs a line or more behind the one before it.
+// and blue follow by their difference to green, whose centre-weighted median removes false colour.
+// Lines stream through the stages, each of which runs a line or more behind the one before it.
 //
-// All of that expects colours to change alike. Between saturated colours they don't, and what is
-// interpolated leaves the range of the samples that it stands between; it is taken back as far as
-// the differences to green at these samples disagree. Textures, where they agree, keep their peaks.
+// All of that expects colours to change alike. Between saturated colours they don't. There the
+// difference to green counts more whose green is nearer, which is that of the same side of an edge;
+// and what leaves the range of the samples that it stands between is taken back as far as the
+// differences to green at these samples disagree. Textures, where they agree, keep their peaks.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "primitives/DemosaicAhd.cpp"
 #include <hwy/foreach_target.h>
@@ -197,45 +198,100 @@ class AhdWorker {
       FinalColoursOf<false>(y);
   }
 
-  // The same with limits, and without the outer two of four differences.
+  // Between the differences to green on both sides, or at four corners, each counting the more the
+  // nearer its green is; with limits.
   template <bool ColourIsEven>
   HWY_INLINE void FinalColoursOf(int y) {
     const D d;
+    using V = hn::VFromD<D>;
     const int n = int(hn::Lanes(d)), w = m_job.region.width;
-    const auto one = hn::Set(d, 1);
-    const Picture& picture = m_selected;
-    const L *green = picture.green[y], *mid = picture.difference[y];
-    const L *up = picture.difference[y - 1], *down = picture.difference[y + 1];
-    const L *row = m_raw[y], *rowUp = m_raw[y - 1], *rowDown = m_raw[y + 1];
-    L *own = picture.own[y], *other = picture.other[y];
+    const L *green = m_selected.green[y], *mid = m_selected.difference[y], *row = m_raw[y];
+    const int lines[] = {y - 1, y - 1, y + 1, y + 1}, columns[] = {-1, 1, -1, 1};
+    L *own = m_selected.own[y], *other = m_selected.other[y];
+    const auto atColour = [](V colour, V rest) HWY_ATTR {
+      return ColourIsEven ? hn::OddEven(rest, colour) : hn::OddEven(colour, rest);
+    };
     for (int x = -2; x < w + 1; x += n) {
-      const auto g = At(green, x);
-      const auto left = At(mid, x - 1), right = At(mid, x + 1);
-      const auto l = At(row, x - 1), r = At(row, x + 1);
-      const auto own2 = hn::Add(hn::Add(left, right), hn::ShiftLeft<1>(At(mid, x)));
-      const auto ownMean = hn::Add(g, hn::ShiftRight<1>(hn::Add(own2, one)));
-      hn::StoreU(
-          Clamped(Limited(ownMean, hn::Min(l, r), hn::Max(l, r), hn::Abs(hn::Sub(left, right)))), d,
-          own + x);
-      // Corners of the pixels that measure a colour; of the others above and below.
-      const auto a = At(up, x - 1), b = At(up, x + 1), e = At(down, x - 1), f = At(down, x + 1);
-      const auto lowA = hn::Min(a, f), highA = hn::Max(a, f);
-      const auto lowB = hn::Min(b, e), highB = hn::Max(b, e);
-      const auto above = At(up, x), below = At(down, x);
-      const auto other2 =
-          hn::Add(hn::Add(hn::Max(lowA, lowB), hn::Min(highA, highB)), hn::Add(above, below));
-      const auto otherMean = hn::Add(g, hn::ShiftRight<1>(hn::Add(other2, one)));
-      const auto doubt = hn::Add(hn::Sub(hn::Max(highA, highB), hn::Min(lowA, lowB)),
-                                 hn::Abs(hn::Sub(above, below)));
-      const auto u = At(rowUp, x), v = At(rowDown, x);
-      const auto ul = At(rowUp, x - 1), ur = At(rowUp, x + 1);
-      const auto dl = At(rowDown, x - 1), dr = At(rowDown, x + 1);
-      const auto atColour = [](auto corners, auto column) HWY_ATTR {
-        return ColourIsEven ? hn::OddEven(column, corners) : hn::OddEven(corners, column);
+      const V g = At(green, x);
+      const auto change = [g](V v) HWY_ATTR {
+        return hn::Add(hn::Abs(hn::Sub(g, v)), hn::Set(D(), (hwy::HighestValue<T>() >> 7) + 1));
       };
-      const auto low = atColour(hn::Min(hn::Min(ul, ur), hn::Min(dl, dr)), hn::Min(u, v));
-      const auto high = atColour(hn::Max(hn::Max(ul, ur), hn::Max(dl, dr)), hn::Max(u, v));
-      hn::StoreU(Clamped(Limited(otherMean, low, high, doubt)), d, other + x);
+      const V left = At(mid, x - 1), right = At(mid, x + 1);
+      const V l = At(row, x - 1), r = At(row, x + 1);
+      const V ownMean =
+          InFloats<2>([](auto* a, auto* e) HWY_ATTR { return Between(a, e); }, {left, right},
+                      {change(At(green, x - 1)), change(At(green, x + 1))});
+      const V ownLimited =
+          Limited(hn::Add(g, ownMean), hn::Min(l, r), hn::Max(l, r), hn::Abs(hn::Sub(left, right)));
+      hn::StoreU(atColour(At(row, x), Clamped(ownLimited)), d, own + x);
+      // At the corners of pixels that measure a colour; above and below the others, twice.
+      V measured[4], less[4], changes[4];
+      for (int k = 0; k < 4; ++k) {
+        const int line = lines[k], column = x + columns[k];
+        const auto at = [&](const L* of) HWY_ATTR { return atColour(At(of, column), At(of, x)); };
+        measured[k] = at(m_raw[line]);
+        less[k] = at(m_selected.difference[line]);
+        changes[k] = change(at(m_selected.green[line]));
+      }
+      const V otherMean =
+          InFloats<4>([](auto* a, auto* e) HWY_ATTR { return Among(a, e); }, less, changes);
+      const V doubt = hn::Sub(Highest(less), Lowest(less));
+      const V otherLimited =
+          Limited(hn::Add(g, otherMean), Lowest(measured), Highest(measured), doubt);
+      hn::StoreU(Clamped(otherLimited), d, other + x);
+    }
+  }
+
+  template <class V>
+  HWY_INLINE static V Lowest(const V (&v)[4]) {
+    return hn::Min(hn::Min(v[0], v[1]), hn::Min(v[2], v[3]));
+  }
+  template <class V>
+  HWY_INLINE static V Highest(const V (&v)[4]) {
+    return hn::Max(hn::Max(v[0], v[1]), hn::Max(v[2], v[3]));
+  }
+
+  // Means weighted by one over their changes.
+  template <class V>
+  HWY_INLINE static V Between(const V* a, const V* change) {
+    return hn::Div(hn::Add(hn::Mul(a[0], change[1]), hn::Mul(a[1], change[0])),
+                   hn::Add(change[0], change[1]));
+  }
+  template <class V>
+  HWY_INLINE static V Among(const V* a, const V* change) {
+    const V first = hn::Mul(change[0], change[1]), second = hn::Mul(change[2], change[3]);
+    const V sum0 = hn::Add(hn::Mul(a[0], change[1]), hn::Mul(a[1], change[0]));
+    const V sum1 = hn::Add(hn::Mul(a[2], change[3]), hn::Mul(a[3], change[2]));
+    return hn::Div(hn::Add(hn::Mul(second, sum0), hn::Mul(first, sum1)),
+                   hn::Add(hn::Mul(second, hn::Add(change[0], change[1])),
+                           hn::Mul(first, hn::Add(change[2], change[3]))));
+  }
+
+  // What `of` makes of the values as floats, to the nearest.
+  template <int Count, class Of, class V = hn::VFromD<D>>
+  HWY_INLINE static V InFloats(Of of, const V (&a)[Count], const V (&change)[Count]) {
+    const DF d;
+    const hn::Rebind<int32_t, DF> dInt;
+    const auto rounded = [&](auto part) HWY_ATTR {
+      hn::VFromD<DF> inA[Count], inChange[Count];
+      for (int k = 0; k < Count; ++k) {
+        inA[k] = hn::ConvertTo(d, part(a[k]));
+        inChange[k] = hn::ConvertTo(d, part(change[k]));
+      }
+      // Far enough above zero that cutting off rounds down.
+      const float up = 2.0f * float(hwy::HighestValue<T>()) + 2.0f;
+      const auto above = hn::ConvertTo(dInt, hn::Add(of(inA, inChange), hn::Set(d, up + 0.5f)));
+      return hn::Sub(above, hn::Set(dInt, int32_t(up)));
+    };
+    if constexpr (sizeof(L) == 4) {
+      return rounded([](auto v) HWY_ATTR { return v; });
+    } else {
+      const hn::Half<D> half;
+      const auto low =
+          rounded([&](auto v) HWY_ATTR { return hn::PromoteTo(dInt, hn::LowerHalf(half, v)); });
+      const auto high =
+          rounded([&](auto v) HWY_ATTR { return hn::PromoteTo(dInt, hn::UpperHalf(half, v)); });
+      return hn::Combine(D(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
     }
   }
 
@@ -361,35 +417,32 @@ class AhdWorker {
     }
   }
 
-  template <class V>
-  HWY_INLINE static void Sort(V& a, V& b) {
-    const V low = hn::Min(a, b);
-    b = hn::Max(a, b);
-    a = low;
+  // Of two pairs in order, the lowest two in order; the highest two by Min and Max turned round.
+  template <class V, class Low, class High>
+  HWY_INLINE static void Merge(Low low, High high, V (&a)[2], const V (&b)[2]) {
+    const V next = low(high(a[0], b[0]), low(a[1], b[1]));
+    a[0] = low(a[0], b[0]);
+    a[1] = next;
   }
 
+  // The centre of three by three, taken back between the second and the last but one of the eight
+  // around it: their median when the centre counts five times.
   template <class V>
-  HWY_INLINE static V Median9(V* p) {
-    Sort(p[1], p[2]);
-    Sort(p[4], p[5]);
-    Sort(p[7], p[8]);
-    Sort(p[0], p[1]);
-    Sort(p[3], p[4]);
-    Sort(p[6], p[7]);
-    Sort(p[1], p[2]);
-    Sort(p[4], p[5]);
-    Sort(p[7], p[8]);
-    Sort(p[0], p[3]);
-    Sort(p[5], p[8]);
-    Sort(p[4], p[7]);
-    Sort(p[3], p[6]);
-    Sort(p[1], p[4]);
-    Sort(p[2], p[5]);
-    Sort(p[4], p[7]);
-    Sort(p[4], p[2]);
-    Sort(p[6], p[4]);
-    Sort(p[4], p[2]);
-    return p[4];
+  HWY_INLINE static V CentreWeightedMedian(const V* p) {
+    constexpr int sk_around[] = {0, 1, 2, 3, 5, 6, 7, 8};
+    const auto min = [](V a, V b) HWY_ATTR { return hn::Min(a, b); };
+    const auto max = [](V a, V b) HWY_ATTR { return hn::Max(a, b); };
+    V low[4][2], high[4][2];
+    for (int k = 0; k < 4; ++k) {
+      const V a = p[sk_around[2 * k]], b = p[sk_around[2 * k + 1]];
+      low[k][0] = high[k][1] = hn::Min(a, b);
+      low[k][1] = high[k][0] = hn::Max(a, b);
+    }
+    for (const auto& [into, from] : {std::pair{0, 1}, {2, 3}, {0, 2}}) {
+      Merge(min, max, low[into], low[from]);
+      Merge(max, min, high[into], high[from]);
+    }
+    return hn::Min(hn::Max(p[4], low[0][1]), high[0][1]);
   }
 
   void Output(int y) {
@@ -399,7 +452,7 @@ class AhdWorker {
       OutputOf<false>(y);
   }
 
-  // Red and blue become green plus the median of their difference to green around the pixel; what
+  // Red and blue become green plus the centre-weighted median of their difference to green; what
   // was measured stays.
   template <bool ColourIsEven>
   HWY_INLINE void OutputOf(int y) {
@@ -423,7 +476,8 @@ class AhdWorker {
         }
       }
       const V g = At(green[1], x), measured = At(own[1], x);
-      const V smooth = hn::Add(g, Median9(ownLess)), otherColour = hn::Add(g, Median9(otherLess));
+      const V smooth = hn::Add(g, CentreWeightedMedian(ownLess)),
+              otherColour = hn::Add(g, CentreWeightedMedian(otherLess));
       const V ownColour =
           ColourIsEven ? hn::OddEven(smooth, measured) : hn::OddEven(measured, smooth);
       StoreRgb(d, redLine ? ownColour : otherColour, g, redLine ? otherColour : ownColour,

@@ -128,7 +128,8 @@ IppStatus ippiRGBToYCbCr_8u_C3R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int
 //
 // CFAToRGB interpolates green along the direction of the smaller gradient, corrected by the second
 // difference of the colour that is measured there, and the other colours by their difference to
-// green. A mosaic may be as small as one pixel, where IPP asks for two by two.
+// green, where the neighbour counts more whose green is nearer. A mosaic may be as small as one
+// pixel, where IPP asks for two by two.
 IppStatus ippiCFAToRGB_8u_C1C3R(const Ipp8u* pSrc, IppiRect srcRoi, IppiSize srcSize, int srcStep,
                                 Ipp8u* pDst, int dstStep, IppiBayerGrid grid, int interpolation);
 IppStatus ippiCFAToRGB_16u_C1C3R(const Ipp16u* pSrc, IppiRect srcRoi, IppiSize srcSize, int srcStep,

@@ -23,11 +23,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 template <class T>
 using LaneOf = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
 
-// Lanes on both sides of a line, more than the longest vector and a multiple of it.
-constexpr int sk_linePad = 64;
+// Lanes on both sides of a line: two of the longest vectors. Loops start a whole vector before a
+// line, because what lies across two lines of the cache costs twice; what they compute of nothing
+// there is not used.
+constexpr int sk_linePad = 128;
 
 inline size_t LineLanes(int width) {
-  return size_t(width) + 3 * sk_linePad;
+  return (size_t(width) + 63) / 64 * 64 + 2 * sk_linePad;
 }
 
 // Lines that follow each other in a ring; index by the line's number in the region, which may be
