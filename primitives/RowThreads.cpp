@@ -2,6 +2,7 @@
 #include "primitives/RowThreads.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -113,9 +114,19 @@ class RowPool {
       std::clamp(std::thread::hardware_concurrency(), 1u, sk_maxRowThreads)};
 };
 
+// Ends the threads with the process that started them. A child of fork() has none to wait for, and
+// leaves everything as it is.
+struct OwnedPool {
+  RowPool* const pPool = new RowPool;
+  const pid_t process = getpid();
+  ~OwnedPool() {
+    if (getpid() == process) delete pPool;
+  }
+};
+
 RowPool& Pool() {
-  static RowPool pool;
-  return pool;
+  static const OwnedPool owned;
+  return *owned.pPool;
 }
 
 }  // namespace
