@@ -65,6 +65,7 @@ HWY_INLINE void RunPart(const RowParams& params, const uint8_t* HWY_RESTRICT src
 template <class Op>
 HWY_INLINE void RunRow(const RowParams& params, const uint8_t* HWY_RESTRICT src,
                        uint8_t* HWY_RESTRICT dst, size_t n) {
+  if (Op::RunWide(params, src, dst, n)) return;
   if (!params.around || Op::Keeps(params)) return RunPart<Op>(params, src, n, 0, n, dst, 0);
   constexpr size_t sk_pixels = 1280, sk_room = 8 * sk_vector;
   alignas(64) uint8_t line[sk_pixels * Op::sk_out + sk_room];
@@ -85,6 +86,8 @@ struct Exact {
   static void Complete(uint8_t*, const uint8_t*, size_t) {}
   // Whether bytes of the destination stay as they were.
   static bool Keeps(const RowParams&) { return false; }
+  // Does the whole line in a way of its own, or nothing.
+  static bool RunWide(const RowParams&, const uint8_t*, uint8_t*, size_t) { return false; }
 };
 
 HWY_INLINE V16 EvenInHigh(V8 v) {
@@ -221,6 +224,57 @@ struct Shuffle : Exact<In, Out> {
     hn::StoreU(c, d, dst + 2 * sk_part * Out);
     hn::StoreU(e, d, dst + 3 * sk_part * Out);
   }
+
+#if HWY_TARGET == HWY_AVX3_DL
+  // 64 pixels at a time: each vector of the destination is permuted from two of the source, and
+  // goes to memory at once.
+  static HWY_INLINE bool RunWide(const RowParams& params, const uint8_t* HWY_RESTRICT src,
+                                 uint8_t* HWY_RESTRICT dst, size_t n) {
+    size_t x = 0;
+    while (x < 64 && reinterpret_cast<uintptr_t>(dst + x * Out) % 64 != 0) ++x;
+    if (Keeps(params) || n < 256 || x == 64) return false;
+    RunPart<Shuffle>(params, src, n, 0, x, dst, 0);
+    const Wide wide(*params.table);
+    const D8 d;
+    const V8 fill = hn::LoadDup128(d, params.table->fill);
+    for (; x + 64 <= n; x += 64) {
+      for (size_t v = 0; v < Out; ++v) {
+        const uint8_t* in = src + x * In + wide.from[v];
+        const V8 moved{_mm512_maskz_permutex2var_epi8(wide.taken[v], hn::LoadU(d, in).raw,
+                                                      hn::Load(d, wide.at[v]).raw,
+                                                      hn::LoadU(d, in + 64).raw)};
+        uint8_t* out = dst + x * Out + 64 * v;
+        if (params.around)
+          hn::Stream(hn::Or(moved, fill), d, out);
+        else
+          hn::Store(hn::Or(moved, fill), d, out);
+      }
+    }
+    RunPart<Shuffle>(params, src, n, x, n, dst + x * Out, 0);
+    if (params.around) hwy::FlushStream();
+    return true;
+  }
+
+ private:
+  // Where the bytes of 64 pixels come from: of each vector of the destination, the position of 128
+  // bytes among the source's, and those in them; not taken are those that `fill` has.
+  struct Wide {
+    alignas(64) uint8_t at[Out][64];
+    uint64_t taken[Out] = {};
+    size_t from[Out];
+
+    explicit Wide(const ShuffleTable& table) {
+      for (size_t v = 0; v < Out; ++v) {
+        from[v] = std::min(v * 64 / Out * In, 64 * In - 128);
+        for (size_t i = 0; i < 64; ++i) {
+          const size_t pixel = (v * 64 + i) / Out, byte = table.at[(v * 64 + i) % Out];
+          at[v][i] = uint8_t(pixel * In + byte - from[v]);
+          taken[v] |= uint64_t(byte != 0x80) << i;
+        }
+      }
+    }
+  };
+#endif
 };
 using Shuffle3To3 = Shuffle<3, 3>;
 using Shuffle3To4 = Shuffle<3, 4>;
