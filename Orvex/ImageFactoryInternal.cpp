@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Orvex/Check.h"
+#include "Orvex/Limits.h"
 #include "Orvex/PixelFormatName.h"
 #include "PixelFormat.h"
 

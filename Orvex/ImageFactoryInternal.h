@@ -54,9 +54,6 @@ size_t CheckedProduct(size_t width, size_t height, size_t factor);
 /// @throws GenICam::InvalidArgumentException when the buffer is too small.
 void CheckImageData(IImage* pImage);
 
-/// No image has more bytes; what announces more is not even tried.
-inline constexpr size_t sk_maxImageBytes = size_t{1} << 38;
-
 /// Uninitialised bytes; at least one, so that the pointer is never null.
 /// @throws GenICam::BadAllocException when there is no memory, or never could be.
 std::unique_ptr<uint8_t[]> AllocateBytes(size_t size);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/LogSinks.h"
+#include "Orvex/Limits.h"
 
 #include <pthread.h>
 
@@ -17,10 +18,6 @@
 
 namespace Orvex {
 namespace {
-
-// Records wait here when their sink does not run or is slow; the oldest go when there are more.
-constexpr size_t sk_maxQueuedRecords = 100000;
-constexpr size_t sk_maxQueuedBytes = 16 << 20;
 
 struct Sink {
   std::deque<std::string> queue;  // by mutex

@@ -14,12 +14,10 @@
 #include <vector>
 
 #include "Orvex/Check.h"
+#include "Orvex/Limits.h"
 
 namespace Orvex {
 namespace {
-
-// No description is larger; a module that claims more is not believed.
-constexpr size_t sk_maxDescriptionBytes = size_t{256} << 20;
 
 std::string GetUrl(TLBase* pModule) {
   constexpr size_t sk_size = 256;

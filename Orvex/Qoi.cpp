@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Orvex/Qoi.h"
+#include "Orvex/Limits.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,7 +57,7 @@ void WriteBigEndian(uint8_t* p, uint32_t value) {
 // Whether the description is one that may be coded: sizes and colour space.
 bool IsPlausible(const qoi_desc& desc) {
   return desc.width != 0 && desc.height != 0 && desc.colorspace <= 1 &&
-         uint64_t{desc.width} * desc.height < Qoi::sk_maxPixels;
+         uint64_t{desc.width} * desc.height < sk_maxQoiPixels;
 }
 
 // The chunks of a stream, after its header has been read and checked.

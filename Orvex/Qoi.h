@@ -35,8 +35,6 @@ inline constexpr size_t sk_headerSize = 14;
 inline constexpr size_t sk_paddingSize = 8;
 /// Where the header keeps the number of channels.
 inline constexpr size_t sk_channelsOffset = 12;
-/// Images of this many pixels or more are refused, whatever their streams say.
-inline constexpr uint32_t sk_maxPixels = 400'000'000;
 
 }  // namespace Qoi
 

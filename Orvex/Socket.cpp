@@ -17,6 +17,7 @@
 
 #include "ImageFactory.h"
 #include "Orvex/Check.h"
+#include "Orvex/Limits.h"
 
 namespace Orvex {
 
@@ -33,9 +34,6 @@ namespace {
 constexpr size_t sk_metadataSize = 12;
 constexpr size_t sk_pixelFormatSize = 8;
 constexpr size_t sk_maxSlice = 1024;
-
-constexpr size_t sk_maxMessage = 4096;
-constexpr size_t sk_maxDatagram = 8192;
 
 // Nothing paces a sender, so what arrives while the receiver copies has to wait somewhere.
 constexpr int sk_receiveBuffer = 64 << 20;

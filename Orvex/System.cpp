@@ -19,6 +19,7 @@
 #include "Orvex/DeviceInfoType.h"
 #include "Orvex/ImageFactoryInternal.h"
 #include "Orvex/InfoQuery.h"
+#include "Orvex/Limits.h"
 #include "Orvex/NodeMapUtility.h"
 #include "gentl/GenTLExtensions.h"
 
@@ -26,8 +27,6 @@ namespace Orvex {
 namespace {
 
 using GenICam::gcstring;
-
-constexpr size_t sk_maxUnicastDevices = 256;  // of one interface
 
 // The id of the module at an index, asked for with a buffer of the given size.
 template <size_t Size, typename Module>

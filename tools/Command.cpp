@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "tools/Failure.h"
+#include "tools/Limits.h"
 
 namespace OrvexTools {
 

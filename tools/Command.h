@@ -45,8 +45,6 @@ inline constexpr const char* sk_deviceHelp =
     "no other; may be left "
     "out when there is one camera";
 
-inline constexpr unsigned sk_maxWaitMs = 60'000;  // to listen for cameras
-
 // Options of every command that looks for a camera.
 struct Search {
   std::string device;

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "tools/Failure.h"
+#include "tools/Limits.h"
 #include "tools/PictureFile.h"
 
 namespace OrvexTools {
@@ -26,8 +27,7 @@ const char* FormatOf(unsigned channels, unsigned bits) {
 
 void CheckSize(const std::filesystem::path& name, std::uint64_t width, std::uint64_t height,
                std::uint64_t bytesPerPixel) {
-  constexpr std::uint64_t sk_maxSide = 1 << 20;
-  if (width == 0 || height == 0 || width > sk_maxSide || height > sk_maxSide ||
+  if (width == 0 || height == 0 || width > sk_maxPictureSide || height > sk_maxPictureSide ||
       width * height * bytesPerPixel > sk_maxPictureBytes) {
     Refuse(name, fmt::format("{} x {} pixels are none or too many", width, height));
   }

@@ -11,9 +11,6 @@
 
 namespace OrvexTools {
 
-// Largest picture that is read, in bytes of pixels.
-inline constexpr std::uint64_t sk_maxPictureBytes = std::uint64_t{1} << 31;
-
 // Pixels without padding between rows; samples of 16 bits in host byte order.
 struct LoadedPicture {
   std::uint64_t width = 0;

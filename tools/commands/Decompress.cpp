@@ -4,6 +4,7 @@
 
 #include "tools/Failure.h"
 #include "tools/FileImages.h"
+#include "tools/Limits.h"
 #include "tools/PictureReader.h"
 
 namespace OrvexTools {

@@ -10,6 +10,7 @@
 
 #include "tools/Failure.h"
 #include "tools/FileImages.h"
+#include "tools/Limits.h"
 #include "tools/PictureReader.h"
 
 namespace OrvexTools {
@@ -21,10 +22,6 @@ struct Options {
   std::optional<double> gamma;
   bool invert = false;
 };
-
-// Largest table that a format takes, and a text of it with room for blanks.
-constexpr std::uint64_t sk_maxTableBytes = 150'994'994;
-constexpr std::uint64_t sk_maxTextBytes = 4 * sk_maxTableBytes;
 
 using Table = std::vector<std::uint8_t>;
 

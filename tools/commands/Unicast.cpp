@@ -9,6 +9,7 @@
 #include "tools/Addresses.h"
 #include "tools/Command.h"
 #include "tools/Failure.h"
+#include "tools/Limits.h"
 
 namespace OrvexTools {
 namespace {
