@@ -305,7 +305,13 @@ const Case sk_cases[] = {
      },
      "ring", Level::Problem, "256 of 4096", "ethtool -G eth1 rx 4096"},
     {"LossInTheSocket", [](World& w) { w.LoseAt(&TestStream::socketDrops, 100); }, "stream",
-     Level::Problem, "place of loss: socket", "net.core.rmem_max"},
+     Level::Problem, "place of loss: socket", ""},
+    {"LossInASocketThatIsTooSmall",
+     [](World& w) {
+       w.LoseAt(&TestStream::socketDrops, 100);
+       w.situation.stream->bufferWanted = 50'000'000;
+     },
+     "stream", Level::Problem, "place of loss: socket", "net.core.rmem_max=50000000"},
     {"LossInTheBacklog", [](World& w) { w.LoseAt(&TestStream::backlogDrops, 100); }, "stream",
      Level::Problem, "place of loss: backlog", "netdev_max_backlog"},
     {"LossInTheInterface", [](World& w) { w.LoseAt(&TestStream::linkErrors, 100); }, "stream",

@@ -76,6 +76,10 @@ nft flush ruleset
 
 # Addresses that do not fit.
 camera 10.0.0.5
+echo 2 >/proc/sys/net/ipv4/conf/eth1/rp_filter
+mend
+found "^problem +Cameras +no camera answers"
+found "^note +Reverse-path filter +eth1: loose, and no route leads to other subnets"
 mend
 found "^problem +Subnet of the camera +FAR .* has 10.0.0.5, eth1 has 192.168.5.1/24"
 now camera_subnet ok "each camera lies" receive_buffer ok "limit 33554432"

@@ -130,11 +130,15 @@ std::vector<Outcome> CheckTestStream(const Situation& situation) {
     std::vector<std::string> commands;
     const char* advice;
   };
+  std::vector<std::string> larger;
+  if (stream.bufferWanted > 0)
+    larger = {fmt::format("sysctl -w net.core.rmem_max={}", stream.bufferWanted)};
   const Remedy remedies[] = {
-      {"socket",
-       {fmt::format("sysctl -w net.core.rmem_max={}",
-                    std::max<std::int64_t>(stream.bufferWanted, 64 << 20))},
-       "and let fewer programs run"},
+      {"socket", larger,
+       larger.empty()
+           ? "its buffer was as large as the stream wanted, so the program came too seldom "
+             "to a processor: let fewer programs run, or lower the frame rate"
+           : "and let fewer programs run"},
       {"backlog", {"sysctl -w net.core.netdev_max_backlog=10000"}, ""},
       {"interface",
        {},

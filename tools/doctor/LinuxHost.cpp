@@ -81,6 +81,8 @@ std::vector<HostLink> LinuxHost::Links() const {
 
 LinkTuning LinuxHost::Tuning(const std::string& link) const {
   LinkTuning tuning;
+  // Interfaces without a card, such as tunnels, answer as well, but there is nothing to tune.
+  if (!ReadFile("/sys/class/net/" + link + "/device/uevent")) return tuning;
   ethtool_ringparam ring = {};
   ring.cmd = ETHTOOL_GRINGPARAM;
   if (AskDriver(link, ring) && ring.rx_max_pending > 0) {
