@@ -7,6 +7,8 @@
 
 #include <cctype>
 #include <fstream>
+#include <map>
+#include <regex>
 #include <sstream>
 
 #include "Pages.h"
@@ -123,6 +125,32 @@ TEST_P(Guide, DoesWhatItShows) {
           << OutputOfBlock(result.out, block);
     }
   }
+}
+
+// Commands in the running text: each exists, with the options that are named.
+TEST(GuideWords, NameCommandsThatExist) {
+  const std::string developer = ContentOf(fs::path(places::sk_sourceDir) / "dev");
+  const fs::path orvex = fs::path(places::sk_binaryDir) / "installed/bin/orvex";
+  const std::regex span(R"(`(orvex|\./dev) ([a-z]+)([^`\n]*)`)");
+  const std::regex option(R"(--[a-z-]+)");
+  std::map<std::string, std::string> helps;
+  for (const auto& page : Pages()) {
+    const std::string text = ContentOf(page);
+    for (std::sregex_iterator it(text.begin(), text.end(), span), end; it != end; ++it) {
+      const std::string command = (*it)[2];
+      if ((*it)[1] != "orvex") {
+        EXPECT_NE(developer.find("\n  " + command), std::string::npos) << page << ": " << it->str();
+        continue;
+      }
+      if (!helps.contains(command)) helps[command] = RunToEnd(orvex, {command, "--help"}).out;
+      const std::string& help = helps[command];
+      EXPECT_FALSE(help.empty()) << page << ": " << it->str();
+      const std::string rest = (*it)[3];
+      for (std::sregex_iterator word(rest.begin(), rest.end(), option); word != end; ++word)
+        EXPECT_NE(help.find(word->str()), std::string::npos) << page << ": " << it->str();
+    }
+  }
+  EXPECT_GT(helps.size(), 10U) << "the pages are not read as they should be";
 }
 
 INSTANTIATE_TEST_SUITE_P(Page, Guide, testing::ValuesIn(PagesWithCommands()), [](const auto& info) {
