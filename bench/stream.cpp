@@ -2,7 +2,7 @@
 // Streams from a virtual camera to the whole library, each in a process of its own: rates against
 // bare sockets on loopback, what they cost, how late frames are, and what a bad network does to
 // them. ORVEX_BENCH_FRAMES (5000) sets the frames of each bad network, ORVEX_BENCH_SOAK (600) the
-// seconds of the last run.
+// seconds of the last run, ORVEX_BENCH_CASE one bad network by name instead of all.
 #include <cstdlib>
 #include <string>
 
@@ -210,7 +210,8 @@ void CableRates(Rows& rows) {
 
 void BadNetworks(Rows& rows) {
   const auto frames = static_cast<unsigned>(Setting("ORVEX_BENCH_FRAMES", 5000));
-  {
+  const char* one = std::getenv("ORVEX_BENCH_CASE");
+  if (one == nullptr) {
     const Cable cable;
     cable.Shape("1gbit");
     const Outcome outcome = RunSlowLink(cable, 250, true);
@@ -219,6 +220,7 @@ void BadNetworks(Rows& rows) {
              good ? 1 : 0.01, 1);
   }
   for (const FaultCase& row : FaultCases()) {
+    if (one != nullptr && std::string(one) != row.name) continue;
     const bool disorder = row.needlessRequests != 0;
     const Outcome outcome = RunFaultCase(row, disorder ? 400 : frames);
     rows.Add(std::string("complete: ") + row.name,
@@ -229,6 +231,7 @@ void BadNetworks(Rows& rows) {
       rows.Add(std::string("needless requests: ") + row.name, double(outcome.requests), "",
                "10 in 400 frames", Ratio(10, double(outcome.requests)), 1);
   }
+  if (one != nullptr) return;
   const Pull pull = PullCable(10);
   rows.Add("cable pulled for 10 s: noticed after", pull.secondsToNotice, "s", "1.2 s",
            pull.whole ? Ratio(1.2, pull.secondsToNotice) : 0.01, 1);

@@ -16,6 +16,7 @@ constexpr size_t sk_smallestData =
     64;  // bytes per packet that the packet bits are laid out for at least
 constexpr int64_t sk_restartDistance = 1000;  // block ids; farther back is a camera that began anew
 constexpr auto sk_restartPause = 1s;
+constexpr size_t sk_formatByte = 4;  // of a packet header; the highest bit tells of extended ids
 
 bool SamePlaces(const FrameInfo& a, const FrameInfo& b) {
   return a.partCount == b.partCount && a.chunkOffset == b.chunkOffset &&
@@ -126,19 +127,47 @@ FrameAssembler::Slot* FrameAssembler::StartFrame(const Gev::PacketHeader& header
 }
 
 void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) {
+  const bool extended = datagram.size() > sk_formatByte && (datagram[sk_formatByte] & 0x80) != 0;
+  const size_t header = extended ? Gev::sk_gvspExtendedHeaderSize : Gev::sk_gvspHeaderSize;
+  Take(datagram, datagram.subspan(std::min(datagram.size(), header)), now);
+}
+
+void FrameAssembler::OnPlacedPacket(std::span<const uint8_t> header, std::span<const uint8_t> data,
+                                    Clock::time_point now) {
+  Take(header, data, now);
+}
+
+// Only whole packets of data in order, of the newest frame.
+Forecast FrameAssembler::Foresee() const {
+  if (m_count == 0) return {};
+  const Slot& slot = *m_slots[(m_head + m_count - 1) % sk_maxActiveFrames];
+  if (!slot.info.hasLeader || slot.info.partCount != 0 || slot.trailer || slot.next == 0) return {};
+  const size_t full = std::min<uint64_t>(slot.expected, slot.target.size) / slot.dataPerPacket;
+  if (slot.next > full) return {};
+  Forecast forecast;
+  forecast.place = slot.target.base + size_t{slot.next - 1} * slot.dataPerPacket;
+  forecast.packets = full - slot.next + 1;
+  forecast.dataBytes = slot.dataPerPacket;
+  forecast.headerBytes = slot.extendedIds ? Gev::sk_gvspExtendedHeaderSize : Gev::sk_gvspHeaderSize;
+  forecast.blockId = slot.id;
+  forecast.packetId = slot.next;
+  return forecast;
+}
+
+void FrameAssembler::Take(std::span<const uint8_t> headerBytes, std::span<const uint8_t> content,
+                          Clock::time_point now) {
   ++m_statistics.packets;
-  m_statistics.bytes += datagram.size();
-  const auto header = Gev::DecodePacketHeader(datagram);
+  const auto header = Gev::DecodePacketHeader(headerBytes);
   if (!header) {
     ++m_statistics.malformedPackets;
     return;
   }
+  m_statistics.bytes += header->Size() + content.size();
   if (header->blockId == 0) {
     ++m_statistics.testPackets;
     return;
   }
   m_marksResent = m_marksResent || header->Resent();
-  const std::span<const uint8_t> content = datagram.subspan(header->Size());
   Slot* slot = FindSlot(header->blockId);
   if (slot == nullptr) {
     if (WasDropped(header->blockId)) {
@@ -157,7 +186,7 @@ void FrameAssembler::OnPacket(std::span<const uint8_t> datagram, Clock::time_poi
       ++m_statistics.packetsWithoutBuffer;
       return;
     }
-  } else if (slot->next > 0) {
+  } else if (slot->next > 0 && slot->asked == 0) {
     m_longestPause = std::max(m_longestPause, std::min<Clock::duration>(now - slot->last, 1s));
   }
   m_lastPacket = slot->last = now;
@@ -306,7 +335,8 @@ void FrameAssembler::Store(Slot& slot, uint64_t offset, std::span<const uint8_t>
     data = data.first(room);
   }
   if (data.empty()) return;
-  std::memcpy(slot.target.base + offset, data.data(), data.size());
+  uint8_t* place = slot.target.base + offset;
+  if (data.data() != place) std::memcpy(place, data.data(), data.size());
   slot.info.filled += data.size();
 }
 

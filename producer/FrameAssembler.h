@@ -71,6 +71,9 @@ class FrameAssembler final : public PacketHandler {
   ~FrameAssembler() override;
 
   void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) override;
+  Forecast Foresee() const override;
+  void OnPlacedPacket(std::span<const uint8_t> header, std::span<const uint8_t> data,
+                      Clock::time_point now) override;
   // Sends resend requests that are due and gives up frames whose time is over, judged by what came
   // before `now`: all of it must have been handed over. Returns when it wants to be called again at
   // the latest.
@@ -80,6 +83,8 @@ class FrameAssembler final : public PacketHandler {
   // Delivers what is begun as incomplete.
   void Abort();
   bool Idle() const { return m_count == 0; }
+  // Whether a frame lacks packets that newer ones have overtaken.
+  bool Lacks() const;
 
   void SetResendWindow(uint64_t frames) { m_settings.resendWindow = frames; }
   const AssemblerStatistics& Statistics() const { return m_statistics; }
@@ -89,6 +94,8 @@ class FrameAssembler final : public PacketHandler {
   struct Slot;
   struct Gap;
 
+  void Take(std::span<const uint8_t> headerBytes, std::span<const uint8_t> content,
+            Clock::time_point now);
   Slot* FindSlot(uint64_t blockId);
   Slot* StartFrame(const GigEVision::PacketHeader& header, Clock::time_point now);
   bool NoteRestart(const GigEVision::PacketHeader& header, std::span<const uint8_t> content,

@@ -270,6 +270,14 @@ void FrameAssembler::AskAgain(Slot& slot, const Slot* newer, Clock::time_point n
     AskTail(slot, newer == nullptr && slot.tail.tries == 0, now);
 }
 
+bool FrameAssembler::Lacks() const {
+  for (size_t i = 0; i < m_count; ++i) {
+    const Slot& slot = *m_slots[(m_head + i) % sk_maxActiveFrames];
+    if (slot.gapCount != 0 || slot.tail.since != Clock::time_point()) return true;
+  }
+  return m_count > 1;
+}
+
 Clock::time_point FrameAssembler::OnTimer(Clock::time_point now) {
   bool missing = false;
   for (size_t i = 0; i < m_count; ++i) {

@@ -5,170 +5,82 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstring>
-#include <vector>
+
+#include "producer/SocketBatch.h"
 
 namespace OrvexGev {
 namespace {
 
 constexpr size_t sk_batch = 128;
-constexpr size_t sk_controlBytes = 128;
+constexpr size_t sk_fewest = 16;
+constexpr auto sk_rest = std::chrono::microseconds(50);
+constexpr auto sk_soon = std::chrono::microseconds(200);
 constexpr size_t sk_offloadBytes = 65536;
 constexpr size_t sk_offloadBatch = 16;
+constexpr size_t sk_trains = 4;  // joined packets taken at once
 constexpr int sk_batchesPerDrain = 4;
-
-// Messages of one system call with room for their bytes and control data.
-class MessageBatch {
- public:
-  MessageBatch(size_t count, size_t bytes)
-      : m_bytes(bytes),
-        m_data(count * bytes),
-        m_control(count * sk_controlBytes),
-        m_vectors(count),
-        m_messages(count) {
-    for (size_t i = 0; i < count; ++i) {
-      m_vectors[i] = {m_data.data() + i * bytes, bytes};
-      msghdr& header = m_messages[i].msg_hdr;
-      header.msg_iov = &m_vectors[i];
-      header.msg_iovlen = 1;
-    }
-  }
-
-  int Receive(int fd) {
-    for (size_t i = 0; i < m_messages.size(); ++i) {
-      msghdr& header = m_messages[i].msg_hdr;
-      header.msg_control = m_control.data() + i * sk_controlBytes;
-      header.msg_controllen = sk_controlBytes;
-    }
-    return recvmmsg(fd, m_messages.data(), static_cast<unsigned>(m_messages.size()), MSG_DONTWAIT,
-                    nullptr);
-  }
-
-  std::span<const uint8_t> Data(int i) const {
-    const auto index = static_cast<size_t>(i);
-    return {m_data.data() + index * m_bytes, m_messages[index].msg_len};
-  }
-  const msghdr& Header(int i) const { return m_messages[static_cast<size_t>(i)].msg_hdr; }
-  int Count() const { return static_cast<int>(m_messages.size()); }
-
- private:
-  const size_t m_bytes;
-  std::vector<uint8_t> m_data;
-  std::vector<uint8_t> m_control;
-  std::vector<iovec> m_vectors;
-  std::vector<mmsghdr> m_messages;
-};
-
-// The value of a control message, nothing when there is none.
-template <typename T>
-std::optional<T> Control(const msghdr& header, int level, int type) {
-  auto& writable = const_cast<msghdr&>(header);  // the macros want it so
-  for (cmsghdr* c = CMSG_FIRSTHDR(&writable); c != nullptr; c = CMSG_NXTHDR(&writable, c)) {
-    if (c->cmsg_level != level || c->cmsg_type != type) continue;
-    T value;
-    std::memcpy(&value, CMSG_DATA(c), sizeof value);
-    return value;
-  }
-  return std::nullopt;
-}
 
 void CountDrops(const UdpSocket& socket) {
   const int on = 1;
   setsockopt(socket.Fd(), SOL_SOCKET, SO_RXQ_OVFL, &on, sizeof on);
 }
 
+// One class for both: without offload each message simply holds one packet.
 class SocketSource final : public PacketSource {
  public:
-  SocketSource(const UdpSocket& socket, size_t packetBytes)
-      : m_fd(socket.Fd()), m_batch(sk_batch, packetBytes) {
+  SocketSource(const UdpSocket& socket, Engine kind, size_t messages, size_t bytes)
+      : m_fd(socket.Fd()), m_kind(kind), m_messages(messages), m_batch(messages, bytes) {
     CountDrops(socket);
   }
-  Engine Kind() const override { return Engine::Sockets; }
+  Engine Kind() const override { return m_kind; }
   int Fd() const override { return m_fd; }
   SourceStatistics Statistics() const override { return m_statistics; }
+  Clock::duration Rest() const override { return m_oneByOne ? sk_rest : Clock::duration(); }
 
   Drained Drain(PacketHandler& handler) override {
     Drained drained = Drained::Nothing;
     for (int round = 0; round < sk_batchesPerDrain; ++round) {
-      const int count = m_batch.Receive(m_fd);
+      // Long messages are worth a call of their own, which finds each in its place.
+      const size_t messages = m_segments > 1 ? sk_trains : m_wanted;
+      const bool any = m_batch.Receive(m_fd, messages, handler.Foresee(), m_segments);
       ++m_statistics.calls;
-      if (count <= 0) return drained;
+      if (!any) return drained;
       drained = Drained::All;
       const auto now = Clock::now();
-      for (int i = 0; i < count; ++i) {
-        // A datagram that was cut is longer than any packet of this stream.
-        if ((m_batch.Header(i).msg_flags & MSG_TRUNC) == 0) handler.OnPacket(m_batch.Data(i), now);
-      }
-      if (const auto drops =
-              Control<uint32_t>(m_batch.Header(count - 1), SOL_SOCKET, SO_RXQ_OVFL)) {
-        m_statistics.socketDrops = *drops;
-      }
-      if (count < m_batch.Count()) return drained;
+      m_batch.HandOver(handler, now);
+      m_segments = m_batch.Segments();
+      m_statistics.socketDrops = m_batch.Drops().value_or(m_statistics.socketDrops);
+      // Asking for many costs a little for each, whether it comes or not.
+      m_wanted = std::clamp(2 * m_batch.Count(), std::min(sk_fewest, m_messages), m_messages);
+      m_oneByOne = m_segments == 1 && m_batch.Count() < sk_fewest && now - m_last < sk_soon;
+      m_last = now;
+      if (m_batch.Count() < messages) return drained;
     }
     return Drained::Part;
   }
 
  private:
   const int m_fd;
-  MessageBatch m_batch;
-  SourceStatistics m_statistics;
-};
-
-// The kernel joins datagrams of equal length; where it does not, each message simply holds one.
-class OffloadSource final : public PacketSource {
- public:
-  explicit OffloadSource(const UdpSocket& socket)
-      : m_fd(socket.Fd()), m_batch(sk_offloadBatch, sk_offloadBytes) {
-    CountDrops(socket);
-  }
-  Engine Kind() const override { return Engine::Offload; }
-  int Fd() const override { return m_fd; }
-  SourceStatistics Statistics() const override { return m_statistics; }
-
-  Drained Drain(PacketHandler& handler) override {
-    Drained drained = Drained::Nothing;
-    for (int round = 0; round < sk_batchesPerDrain; ++round) {
-      const int count = m_batch.Receive(m_fd);
-      ++m_statistics.calls;
-      if (count <= 0) return drained;
-      drained = Drained::All;
-      const auto now = Clock::now();
-      for (int i = 0; i < count; ++i) Split(handler, i, now);
-      if (count < m_batch.Count()) return drained;
-    }
-    return Drained::Part;
-  }
-
- private:
-  void Split(PacketHandler& handler, int i, Clock::time_point now) {
-    std::span<const uint8_t> data = m_batch.Data(i);
-    const auto segment = Control<int>(m_batch.Header(i), SOL_UDP, UDP_GRO);
-    if (const auto drops = Control<uint32_t>(m_batch.Header(i), SOL_SOCKET, SO_RXQ_OVFL)) {
-      m_statistics.socketDrops = *drops;
-    }
-    const size_t length = segment && *segment > 0 ? static_cast<size_t>(*segment) : data.size();
-    while (!data.empty()) {
-      const auto packet = data.first(std::min(length, data.size()));
-      handler.OnPacket(packet, now);
-      data = data.subspan(packet.size());
-    }
-  }
-
-  const int m_fd;
-  MessageBatch m_batch;
+  const Engine m_kind;
+  const size_t m_messages;
+  SocketBatch m_batch;
+  size_t m_segments = 1;  // that one message joined lately
+  size_t m_wanted = sk_fewest;
+  bool m_oneByOne = false;  // packets come fast, but each alone
+  Clock::time_point m_last{};
   SourceStatistics m_statistics;
 };
 
 }  // namespace
 
 std::unique_ptr<PacketSource> MakeSocketSource(const UdpSocket& socket, size_t packetBytes) {
-  return std::make_unique<SocketSource>(socket, packetBytes);
+  return std::make_unique<SocketSource>(socket, Engine::Sockets, sk_batch, packetBytes);
 }
 
 std::unique_ptr<PacketSource> MakeOffloadSource(const UdpSocket& socket) {
   const int on = 1;
   if (setsockopt(socket.Fd(), SOL_UDP, UDP_GRO, &on, sizeof on) != 0) return nullptr;
-  return std::make_unique<OffloadSource>(socket);
+  return std::make_unique<SocketSource>(socket, Engine::Offload, sk_offloadBatch, sk_offloadBytes);
 }
 
 size_t SetReceiveBuffer(const UdpSocket& socket, size_t bytes) {

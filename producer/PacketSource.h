@@ -12,10 +12,26 @@ namespace OrvexGev {
 
 enum class Engine : int64_t { Automatic = 0, Sockets = 1, Offload = 2, Ring = 3, Tcp = 4 };
 
+// The data packets that will come next, if nothing is lost: full ones of one frame, and the memory
+// for their data.
+struct Forecast {
+  uint8_t* place = nullptr;  // of the first one's data; the others follow
+  size_t packets = 0;        // 0 = unknown
+  size_t dataBytes = 0;      // of each
+  size_t headerBytes = 0;
+  uint64_t blockId = 0;
+  uint32_t packetId = 0;  // of the first
+};
+
 class PacketHandler {
  public:
   virtual ~PacketHandler() = default;
   virtual void OnPacket(std::span<const uint8_t> datagram, Clock::time_point now) = 0;
+  // Holds until the next packet is handed over. The memory may be written to before that.
+  virtual Forecast Foresee() const { return {}; }
+  // A packet of the forecast, its data in its place.
+  virtual void OnPlacedPacket(std::span<const uint8_t> /*header*/,
+                              std::span<const uint8_t> /*data*/, Clock::time_point /*now*/) {}
 };
 
 // What a source had.
@@ -35,6 +51,9 @@ class PacketSource {
   virtual Drained Drain(PacketHandler& handler) = 0;
   // How long a packet may be here without being handed over.
   virtual Clock::duration Lag() const { return {}; }
+  // How long to leave packets to gather before the next call, while they come one by one: waking up
+  // for each costs more than taking it.
+  virtual Clock::duration Rest() const { return {}; }
   virtual SourceStatistics Statistics() const = 0;
 };
 

@@ -32,6 +32,7 @@ constexpr auto sk_ringLag = 2 * std::chrono::milliseconds(sk_retireMs);
 constexpr size_t sk_udpHeader = 8;
 constexpr size_t sk_smallestIpHeader = 20;
 constexpr int sk_blocksPerDrain = 32;
+constexpr size_t sk_cacheLine = 64;
 
 // Whole UDP datagrams from the camera to the port, judged from the IP header on.
 bool FilterStream(int fd, uint32_t hostIp, uint16_t port, uint32_t deviceIp) {
@@ -139,6 +140,9 @@ class RingSource final : public PacketSource {
     size_t offset = block.hdr.bh1.offset_to_first_pkt;
     for (uint32_t i = 0; i < block.hdr.bh1.num_pkts; ++i) {
       const auto* packet = reinterpret_cast<const tpacket3_hdr*>(base + offset);
+      // Written by another core: the next one's headers come while this one's data is copied.
+      __builtin_prefetch(base + offset + packet->tp_next_offset);
+      __builtin_prefetch(base + offset + packet->tp_next_offset + sk_cacheLine);
       // The kernel vouches for the places, the camera for nothing inside them.
       Datagram(handler,
                {reinterpret_cast<const uint8_t*>(packet) + packet->tp_net, packet->tp_snaplen},

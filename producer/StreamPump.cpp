@@ -7,8 +7,8 @@ namespace OrvexGev {
 
 namespace {
 
-constexpr auto sk_timerAfterPackets = 500us;  // new packets may bring a request forward
-constexpr auto sk_longestBacklog = 100ms;     // of a receiver that never reads all there is
+constexpr std::chrono::microseconds sk_timerWhileLacking = 500us, sk_timerAfterPackets = 5ms;
+constexpr auto sk_longestBacklog = 100ms;  // of a receiver that never reads all there is
 
 }  // namespace
 
@@ -20,7 +20,8 @@ StreamPump::Served StreamPump::Serve(Clock::time_point now) {
   if (served.timer) {
     m_next = now + (m_assembler.OnTimer(m_known) - m_known);
   } else if (served.any) {
-    m_next = std::min(m_next, now + sk_timerAfterPackets);
+    m_next =
+        std::min(m_next, now + (m_assembler.Lacks() ? sk_timerWhileLacking : sk_timerAfterPackets));
   }
   return served;
 }

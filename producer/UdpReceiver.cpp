@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -30,6 +31,7 @@ constexpr auto sk_testPacketWait = 60ms;
 constexpr int sk_testPacketAttempts = 2;
 constexpr double sk_ringRate = 50e6;  // bytes per second
 constexpr auto sk_stopGrace = 200ms;
+constexpr unsigned long sk_timerSlackNs = 1000;
 
 uint32_t StreamReg(Reg::Stream which) {
   return Reg::StreamRegister(which, 0);
@@ -207,6 +209,7 @@ void UdpReceiver::Stop(bool kill) {
 }
 
 void UdpReceiver::Run() {
+  prctl(PR_SET_TIMERSLACK, sk_timerSlackNs, 0, 0, 0);  // rests are short
   const std::array<int, 2> fds{m_source->Fd(), m_wake.Fd()};
   StreamPump pump(*m_source, *m_assembler);
   Clock::time_point drainEnd = Clock::time_point::max();
@@ -222,7 +225,11 @@ void UdpReceiver::Run() {
       }
       if (m_kill || m_assembler->Idle() || now >= drainEnd) break;
     }
-    if (!served.any) WaitReadable(fds, std::min(pump.Next(), drainEnd));
+    if (!served.any) {
+      WaitReadable(fds, std::min(pump.Next(), drainEnd));
+    } else if (const auto rest = m_source->Rest(); rest.count() != 0) {
+      std::this_thread::sleep_for(rest);
+    }
   }
   m_assembler->Abort();
   Publish(m_assembler->Statistics(), m_source->Statistics());

@@ -69,6 +69,7 @@ inline Outcome RunFaultCase(const FaultCase& row, unsigned frames) {
   if (row.loseAcknowledges != 0) cable.LoseAcknowledges(row.loseAcknowledges);
   OrvexSim::CameraOptions camera =
       PatternCamera(Cable::sk_camera, row.size, row.size, row.frameRate);
+  camera.framesKept = 16;  // also on a busy machine it is the network that is tried
   // The network loses packets, not trains of them.
   camera.settings.emplace_back("SimSegmentationOffload", "0");
   camera.settings.insert(camera.settings.end(), row.faults.begin(), row.faults.end());

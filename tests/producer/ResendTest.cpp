@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <map>
 
 #include "Packets.h"
 #include "producer/FrameAssembler.h"
@@ -26,6 +27,7 @@ struct Road {
   double loss;                      // of all packets
   Clock::duration deaf, deafEvery;  // the receiver's thread does not run
   double most;                      // packets asked for, for each that was lost
+  Clock::duration within;           // from the frame's last packet to its delivery
 };
 
 static void PrintTo(const Road& road, std::ostream* out) {
@@ -45,6 +47,7 @@ class Resends : public testing::TestWithParam<Road>, public FrameSink, public Pa
     return true;
   }
   void Deliver(const FrameTarget&, const FrameInfo& info) override {
+    m_longest = std::max(m_longest, m_now - m_left[info.blockId]);
     ++m_delivered;
     if (info.incomplete) ++m_incomplete;
   }
@@ -78,6 +81,7 @@ class Resends : public testing::TestWithParam<Road>, public FrameSink, public Pa
     }
     m_stream.status = resent ? 0x0100 : 0;
     m_free = std::max(m_free, m_now) + sk_service;
+    if (!resent) m_left[block] = m_free;
     m_queue.push_back({m_free, packet == 0           ? m_stream.LeaderOf(block, 8964, sk_packets)
                                : packet > sk_packets ? m_stream.TrailerOf(block, packet, sk_packets)
                                                      : m_stream.Data(block, packet, 1, 7)});
@@ -117,6 +121,8 @@ class Resends : public testing::TestWithParam<Road>, public FrameSink, public Pa
   std::deque<Request> m_requests;
   const Clock::time_point m_start{1s};
   Clock::time_point m_now = m_start, m_free{};
+  Clock::duration m_longest{};
+  std::map<uint64_t, Clock::time_point> m_left;
   uint64_t m_random = 1;
   unsigned m_sent = 0, m_delivered = 0, m_incomplete = 0, m_lost = 0, m_asked = 0;
 };
@@ -133,19 +139,22 @@ TEST_P(Resends, CompleteEveryFrameAndNeverFillTheLinkThemselves) {
   }
   EXPECT_EQ(m_delivered, sk_frames);
   EXPECT_EQ(m_incomplete, 0u);
+  EXPECT_LE(m_longest, GetParam().within);
   EXPECT_LE(m_asked, GetParam().most * m_lost)
       << m_lost << " lost, " << assembler.Statistics().duplicatePackets << " came twice";
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, Resends,
-                         testing::Values(Road{"Idle", 20ms, 1, 0, 0s, 0s, 0},
-                                         Road{"Lossy", 20ms, 1, 0.02, 0s, 0s, 1.1},
-                                         Road{"Hurried", 20ms, 2, 0, 0s, 0s, 1.1},
-                                         Road{"HurriedAndLossy", 20ms, 2, 0.005, 0s, 0s, 1.1},
-                                         Road{"HurriedAndFull", 19500us, 2, 0, 0s, 0s, 1.1},
-                                         Road{"DeafReceiver", 20ms, 1, 0, 12ms, 50ms, 0},
-                                         Road{"DeafAndLossy", 20ms, 1, 0.01, 12ms, 50ms, 1.1}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Roads, Resends,
+    testing::Values(Road{"Idle", 20ms, 1, 0, 0s, 0s, 0, 1ms},
+                    Road{"Slow", 400ms, 1, 0.02, 0s, 0s, 1.1, 50ms},
+                    Road{"Lossy", 20ms, 1, 0.02, 0s, 0s, 1.1, 50ms},
+                    Road{"Hurried", 20ms, 2, 0, 0s, 0s, 1.1, 150ms},
+                    Road{"HurriedAndLossy", 20ms, 2, 0.005, 0s, 0s, 1.1, 150ms},
+                    Road{"HurriedAndFull", 19500us, 2, 0, 0s, 0s, 1.1, 150ms},
+                    Road{"DeafReceiver", 20ms, 1, 0, 12ms, 50ms, 0, 15ms},
+                    Road{"DeafAndLossy", 20ms, 1, 0.01, 12ms, 50ms, 1.1, 50ms}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace OrvexGev
