@@ -337,14 +337,27 @@ void DataStream::Stop(ACQ_STOP_FLAGS flags) {
 }
 
 bool DataStream::Take(FrameTarget& target) {
-  const std::lock_guard lock(*m_eventMutex);
+  bool discarded = false;
+  bool taken;
+  {
+    const std::lock_guard lock(*m_eventMutex);
+    taken = TakeLocked(target, discarded);
+  }
+  if (discarded) FireModule(sk_eventBuffersDiscarded);
+  return taken;
+}
+
+// `discarded`: a frame is lost for want of a buffer, the one that comes or one that nobody fetched.
+bool DataStream::TakeLocked(FrameTarget& target, bool& discarded) {
   if (m_limit != GENTL_INFINITE && m_counters.delivered + m_filling >= m_limit) return false;
   ++m_counters.started;
   StreamBuffer* buffer = m_input.PopFront();
   if (buffer == nullptr && m_handlingMode != static_cast<int64_t>(HandlingMode::OldestFirst)) {
     buffer = m_output.PopFront();
+    discarded = buffer != nullptr;
   }
   if (buffer == nullptr) {
+    discarded = true;
     ++m_counters.underrun;
     return false;
   }
@@ -387,7 +400,14 @@ void DataStream::Deliver(const FrameTarget& target, const FrameInfo& received) {
     m_events->Convert({target.base, std::min(info.filled, target.size)},
                       {buffer.Base(), buffer.Size()}, info);
   }
-  const std::lock_guard lock(*m_eventMutex);
+  {
+    const std::lock_guard lock(*m_eventMutex);
+    DeliverLocked(buffer, info);
+  }
+  if (info.largerThanBuffer) FireModule(sk_eventBufferTooSmall);
+}
+
+void DataStream::DeliverLocked(StreamBuffer& buffer, const FrameInfo& info) {
   if (buffer.scratch != nullptr) m_freeScratch.push_back(std::exchange(buffer.scratch, nullptr));
   --m_filling;
   buffer.place = Place::Unqueued;

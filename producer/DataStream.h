@@ -79,6 +79,8 @@ class DataStream final : public Module, public FrameSink {
   bool Converts() const { return m_events != nullptr && m_evsFormat != 0; }
   uint8_t* TakeScratchLocked();
   void FireTrigger(const SensorTrigger& trigger);
+  bool TakeLocked(FrameTarget& target, bool& discarded);
+  void DeliverLocked(StreamBuffer& buffer, const FrameInfo& info);
   void PutOutLocked(StreamBuffer& buffer);
   void ToInputLocked(StreamBuffer& buffer);
   size_t LargestBufferLocked() const;
@@ -90,6 +92,8 @@ class DataStream final : public Module, public FrameSink {
   std::string SocketAdvice() const;
 
   const std::weak_ptr<Device> m_parent;
+  // Module events.
+  static constexpr uint16_t sk_eventBufferTooSmall = 0x0001, sk_eventBuffersDiscarded = 0x0002;
   static constexpr uint32_t sk_tcpStream = 1, sk_rdmaStream = 2, sk_eventStream = 3;
   const uint32_t m_index;
   const std::string m_id;

@@ -42,7 +42,7 @@ void DataStream::Info(STREAM_INFO_CMD command, InfoQuery query) const {
     case STREAM_INFO_TLTYPE:
       return query.String(TLTypeGEVName);
     case STREAM_INFO_NUM_CHUNKS_MAX:
-      InfoQuery::NotAvailable();
+      return query.Size(sk_maxChunks);
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
       return query.Size(1);
     case STREAM_INFO_BUF_ALIGNMENT:
@@ -233,6 +233,7 @@ void DataStream::AddStatistics(FeatureTable& table, DataStream* self) {
       {"StreamCompleteFrameCount", &AssemblerStatistics::framesComplete},
       {"StreamIncompleteFrameCount", &AssemblerStatistics::framesIncomplete},
       {"StreamMissedFrameCount", &AssemblerStatistics::framesMissed},
+      {"StreamUnderrunFrameCount", &AssemblerStatistics::framesUnderrun},
   };
   for (const Row& row : rows) {
     table.Add(Feature::Integer(row.name,
@@ -319,8 +320,16 @@ std::unique_ptr<FeatureTable> DataStream::MakeFeatures(DataStream& stream, uint3
                  .Expert()
                  .Unit("B")
                  .Constant());
+  table->Add(
+      Feature::Integer("StreamChunkCountMaximum", [] { return static_cast<int64_t>(sk_maxChunks); })
+          .In(buffers)
+          .Expert()
+          .Constant());
   if (index == sk_eventStream) AddSensorEvents(*table, self);
   AddStatistics(*table, self);
+  AddEventControl(
+      *table, self,
+      {{"BufferTooSmall", sk_eventBufferTooSmall}, {"BuffersDiscarded", sk_eventBuffersDiscarded}});
   table->Finish();
   return table;
 }

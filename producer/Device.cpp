@@ -24,7 +24,6 @@ namespace Reg = GigEVision::Bootstrap;
 
 namespace {
 
-constexpr uint16_t sk_eventDeviceLost = 0x0001;
 constexpr const char* sk_streamPrefix = "Stream";
 
 uint32_t PrivilegeOf(DEVICE_ACCESS_FLAGS flags) {

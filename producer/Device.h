@@ -24,6 +24,7 @@ class RemotePort;
 class Device final : public Module {
  public:
   static constexpr Kind sk_kind = Kind::Device;
+  static constexpr uint16_t sk_eventDeviceLost = 0x0001;  // a module event
 
   // Takes control as the flags say; throws GC_ERR_ACCESS_DENIED when another application holds the
   // camera, GC_ERR_IO when it does not answer.

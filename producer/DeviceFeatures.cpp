@@ -32,6 +32,8 @@ std::unique_ptr<FeatureTable> Device::MakeFeatures(Device& device) {
       Feature::String("DeviceUserID", text(&DeviceRecord::userName)).In(about).Expert().Constant());
   table->Add(Feature::String("DeviceVendorName", text(&DeviceRecord::vendor)).In(about).Constant());
   table->Add(Feature::String("DeviceModelName", text(&DeviceRecord::model)).In(about).Constant());
+  // The bootstrap registers do not tell of families.
+  table->Add(Feature::String("DeviceFamilyName", [] { return std::string(); }).In(about));
   table->Add(Feature::String("DeviceVersion", text(&DeviceRecord::version)).In(about).Constant());
   table->Add(Feature::String("DeviceManufacturerInfo", text(&DeviceRecord::manufacturerInfo))
                  .In(about)
@@ -148,6 +150,7 @@ std::unique_ptr<FeatureTable> Device::MakeFeatures(Device& device) {
                              })
                  .In(streams)
                  .SelectedBy("StreamSelector"));
+  AddEventControl(*table, self, {{"DeviceLost", sk_eventDeviceLost}});
   table->Finish();
   return table;
 }

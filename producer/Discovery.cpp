@@ -115,7 +115,9 @@ std::vector<DeviceRecord> Discover(const HostInterface& host, std::span<const ui
 
   const auto start = Clock::now();
   const auto end = start + window;
-  auto quietEnd = std::min(end, start + sk_discoveryQuiet);
+  // The cameras of this machine answer at once; any other may take as long as the caller grants.
+  const std::chrono::milliseconds patience = host.loopback ? sk_discoveryQuiet : window;
+  auto quietEnd = std::min(end, start + patience);
   bool repeated = false;
   std::map<std::string, DeviceRecord> found;
   send();
@@ -141,7 +143,7 @@ std::vector<DeviceRecord> Discover(const HostInterface& host, std::span<const ui
     DeviceRecord record = ToRecord(*fields);
     if (!BelongsTo(host, record, unicast)) continue;
     if (found.insert_or_assign(record.id, record).second) {
-      quietEnd = std::min(end, Clock::now() + sk_discoveryQuiet);
+      quietEnd = std::min(end, Clock::now() + patience);
     }
   }
   std::vector<DeviceRecord> records;

@@ -19,6 +19,7 @@ namespace Reg = GigEVision::Bootstrap;
 namespace {
 
 constexpr uint16_t sk_eventDeviceListChanged = 0x0001;
+constexpr uint16_t sk_eventInterfaceLost = 0x0002;
 constexpr auto sk_statusPatience = 100ms;
 
 bool Answers(const DeviceRecord& record, const std::string& name) {
@@ -60,6 +61,16 @@ void Interface::Close() {
 
 PortIdentity Interface::Identity() const {
   return {m_host.id, sk_vendor, sk_model, TLInterfaceModuleName, "1.0.0", "InterfacePort"};
+}
+
+void Interface::NoteLost() {
+  FireModule(sk_eventInterfaceLost);
+}
+
+void Interface::AddEvents(FeatureTable& table, Interface* self) {
+  AddEventControl(
+      table, self,
+      {{"DeviceListChanged", sk_eventDeviceListChanged}, {"InterfaceLost", sk_eventInterfaceLost}});
 }
 
 bool Interface::UpdateDeviceList(uint64_t timeoutMs) {
@@ -115,11 +126,13 @@ std::optional<DeviceRecord> Interface::FindListed(const std::string& id) const {
 
 DeviceRecord Interface::FindDevice(const std::string& id) {
   if (const auto listed = FindListed(id)) return *listed;
+  std::chrono::milliseconds window = sk_discoveryWindow;
   if (const auto ip = ParseAddress(id); ip && m_host.loopback == IsLoopback(*ip)) {
     // An address can be asked itself, also behind a router.
     if (auto record = DiscoverAt(m_host, *ip)) return *record;
+    window = sk_discoveryQuiet;  // it has had time enough
   }
-  UpdateDeviceList(std::chrono::milliseconds(sk_discoveryWindow).count());
+  UpdateDeviceList(static_cast<uint64_t>(window.count()));
   const auto listed = FindListed(id);
   Require(listed.has_value(), GC_ERR_INVALID_ID, "There is no device with this id");
   return *listed;
@@ -134,17 +147,19 @@ std::shared_ptr<Device> Interface::OpenedDevice(const std::string& id) const {
 DEVICE_ACCESS_STATUS Interface::AccessStatus(const DeviceRecord& record) const {
   if (record.id.empty()) return DEVICE_ACCESS_STATUS_UNKNOWN;
   if (const auto device = OpenedDevice(record.id)) return device->AccessStatus();
-  const std::vector<uint32_t> unicast = Unicast();
-  const bool sameSubnet = ((record.ip ^ m_host.ip) & m_host.mask) == 0;
-  if (!sameSubnet && std::ranges::find(unicast, record.ip) == unicast.end()) {
-    return DEVICE_ACCESS_STATUS_NOACCESS;
-  }
-  ControlChannel channel(m_host.ip, record.ip);
-  const auto privilege = channel.Probe(Reg::sk_ccp, sk_statusPatience, sk_statusPatience);
+  const auto privilege = Privilege(record);
   if (!privilege) return DEVICE_ACCESS_STATUS_NOACCESS;
   // A camera that is held exclusively refuses even this question.
   const bool held = (*privilege & (Reg::sk_ccpControl | Reg::sk_ccpExclusive)) != 0;
   return held ? DEVICE_ACCESS_STATUS_BUSY : DEVICE_ACCESS_STATUS_READWRITE;
+}
+
+std::optional<uint32_t> Interface::Privilege(const DeviceRecord& record) const {
+  const std::vector<uint32_t> unicast = Unicast();
+  const bool sameSubnet = ((record.ip ^ m_host.ip) & m_host.mask) == 0;
+  if (!sameSubnet && std::ranges::find(unicast, record.ip) == unicast.end()) return std::nullopt;
+  ControlChannel channel(m_host.ip, record.ip);
+  return channel.Probe(Reg::sk_ccp, sk_statusPatience, sk_statusPatience);
 }
 
 void Interface::DeviceInfo(const char* id, DEVICE_INFO_CMD command, InfoQuery query) {

@@ -25,6 +25,9 @@ class Interface final : public Module {
   std::shared_ptr<System> Parent() const { return m_parent.lock(); }
   PortIdentity Identity() const override;
 
+  // The host has this interface no longer.
+  void NoteLost();
+
   // True when the list differs from the one before.
   bool UpdateDeviceList(uint64_t timeoutMs);
   uint32_t DeviceCount() const;
@@ -34,6 +37,8 @@ class Interface final : public Module {
   void Forget(const Device& device);
 
   GenTL::DEVICE_ACCESS_STATUS AccessStatus(const DeviceRecord& record) const;
+  // The camera's control channel privilege register as it answers now, nothing when it does not.
+  std::optional<uint32_t> Privilege(const DeviceRecord& record) const;
 
   void ForceIp(const ForceIpSettings& settings);
   // Addresses in host order.
@@ -46,7 +51,9 @@ class Interface final : public Module {
   static std::unique_ptr<FeatureTable> MakeFeatures(Interface& self);
   static void AddDeviceFeatures(FeatureTable& table, Interface* self);
   static void AddActionFeatures(FeatureTable& table, Interface* self);
+  static void AddEvents(FeatureTable& table, Interface* self);
   DeviceRecord Selected() const;
+  int64_t ControlModeOf(const DeviceRecord& record) const;  // an entry of the feature
   // A camera of the list, or one that is looked for now; alternatives to the id are the serial
   // number, the user-defined name, the address and the MAC.
   DeviceRecord FindDevice(const std::string& id);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "gigevision/Bootstrap.h"
 #include "gigevision/Gvcp.h"
 #include "producer/Device.h"
 #include "producer/Interface.h"
@@ -12,6 +13,29 @@ namespace OrvexGev {
 
 using namespace GenTL;
 namespace Gev = GigEVision;
+namespace Reg = GigEVision::Bootstrap;
+
+namespace {
+
+constexpr int64_t sk_dhcp = 0, sk_persistentIp = 1, sk_linkLocal = 2;
+constexpr int64_t sk_controlOpen = 0, sk_controlHeld = 1, sk_controlExclusive = 2,
+                  sk_controlNone = 3;
+
+// Where the camera's address comes from. Of the ways that it has switched on it takes the first
+// that gives it one, and only a link-local address shows what it is.
+int64_t ConfigurationOf(const DeviceRecord& record) {
+  if (record.ip >> 16 == 0xA9FE) return sk_linkLocal;
+  return (record.ipConfiguration & Reg::sk_ipPersistent) != 0 ? sk_persistentIp : sk_dhcp;
+}
+
+}  // namespace
+
+int64_t Interface::ControlModeOf(const DeviceRecord& record) const {
+  const auto privilege = Privilege(record);
+  if (!privilege) return sk_controlNone;
+  if ((*privilege & Reg::sk_ccpExclusive) != 0) return sk_controlExclusive;
+  return (*privilege & Reg::sk_ccpControl) != 0 ? sk_controlHeld : sk_controlOpen;
+}
 
 std::vector<EnumEntry> AccessStatusEntries() {
   return {{"Unknown", DEVICE_ACCESS_STATUS_UNKNOWN},
@@ -110,6 +134,23 @@ void Interface::AddDeviceFeatures(FeatureTable& table, Interface* self) {
                 .Expert()
                 .Shown("MACAddress")
                 .SelectedBy(selector));
+  table.Add(Feature::Enumeration(
+                "GevDeviceIPConfigurationStatus",
+                {{"DHCP", sk_dhcp}, {"PersistentIP", sk_persistentIp}, {"LinkLocal", sk_linkLocal}},
+                [self] { return ConfigurationOf(self->Selected()); })
+                .In(list)
+                .Expert()
+                .SelectedBy(selector));
+  table.Add(Feature::Enumeration("GevDeviceCurrentControlMode",
+                                 {{"Open", sk_controlOpen},
+                                  {"ControlAccess", sk_controlHeld},
+                                  {"ExclusiveAccess", sk_controlExclusive},
+                                  {"NoAccess", sk_controlNone}},
+                                 [self] { return self->ControlModeOf(self->Selected()); })
+                .In(list)
+                .Expert()
+                .SelectedBy(selector)
+                .Tip("Who controls the camera, as it answers now."));
   table.Add(Feature::Integer("GevDeviceForceIPAddress", get(&Interface::m_forceIp),
                              set(&Interface::m_forceIp))
                 .In(list)
@@ -284,6 +325,7 @@ std::unique_ptr<FeatureTable> Interface::MakeFeatures(Interface& interface) {
                  .SelectedBy("GevInterfaceSubnetSelector"));
   AddDeviceFeatures(*table, self);
   AddActionFeatures(*table, self);
+  AddEvents(*table, self);
   table->Finish();
   return table;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "producer/Module.h"
 
+#include <utility>
+
 namespace OrvexGev {
 
 using namespace GenTL;
@@ -181,7 +183,54 @@ void Module::FireError(GC_ERROR code, const std::string& text) {
 }
 
 void Module::FireModule(uint16_t id) {
+  {
+    const std::lock_guard lock(*m_eventMutex);
+    const auto notification = m_notifications.find(id);
+    if (notification != m_notifications.end() &&
+        std::exchange(notification->second, Notification::Off) == Notification::Off)
+      return;
+  }
   Fire(EVENT_MODULE, MakeModuleEntry(id, {}));
+}
+
+void Module::AddEventControl(FeatureTable& table, Module* self, std::vector<EnumEntry> events) {
+  const char* category = "EventControl";
+  table.Add(Feature::Enumeration(
+                "EventSelector", std::move(events),
+                [self] {
+                  const std::lock_guard lock(*self->m_eventMutex);
+                  return self->m_selectedEvent;
+                },
+                [self](int64_t value) {
+                  const std::lock_guard lock(*self->m_eventMutex);
+                  self->m_selectedEvent = value;
+                })
+                .In(category)
+                .Expert());
+  const auto name = [](Notification value) { return static_cast<int64_t>(value); };
+  table.Add(Feature::Enumeration(
+                "EventNotification",
+                {{"Off", name(Notification::Off)},
+                 {"On", name(Notification::On)},
+                 {"Once", name(Notification::Once)}},
+                [self, name] {
+                  const std::lock_guard lock(*self->m_eventMutex);
+                  const auto found = self->m_notifications.find(self->m_selectedEvent);
+                  return name(found == self->m_notifications.end() ? Notification::On
+                                                                   : found->second);
+                },
+                [self, name](int64_t value) {
+                  const std::lock_guard lock(*self->m_eventMutex);
+                  if (value == name(Notification::On)) {
+                    self->m_notifications.erase(self->m_selectedEvent);
+                  } else {
+                    self->m_notifications[self->m_selectedEvent] = Notification{value};
+                  }
+                })
+                .In(category)
+                .Expert()
+                .SelectedBy("EventSelector")
+                .Tip("Whether the event goes to those who registered for module events."));
 }
 
 }  // namespace OrvexGev

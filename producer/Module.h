@@ -51,7 +51,8 @@ class Module : public Object {
   std::shared_ptr<Event> RegisterEvent(GenTL::EVENT_TYPE type);
   void UnregisterEvent(GenTL::EVENT_TYPE type);
 
-  // For EVENT_ERROR and EVENT_MODULE; dropped when nobody registered.
+  // For EVENT_ERROR and EVENT_MODULE; dropped when nobody registered, a module event also while its
+  // notification is off.
   void FireError(GenTL::GC_ERROR code, const std::string& text);
   void FireModule(uint16_t id);
 
@@ -67,6 +68,9 @@ class Module : public Object {
   void Fire(GenTL::EVENT_TYPE type, std::vector<uint8_t> entry);
   void UnregisterAllEvents();
 
+  // EventSelector and EventNotification, with the identifiers of the module's events as values.
+  static void AddEventControl(FeatureTable& table, Module* self, std::vector<EnumEntry> events);
+
   FeatureTable* Features() const { return m_features.get(); }
   Event* FindEventLocked(GenTL::EVENT_TYPE type) const;
 
@@ -76,6 +80,10 @@ class Module : public Object {
  private:
   std::unique_ptr<FeatureTable> m_features;
   std::map<GenTL::EVENT_TYPE, std::shared_ptr<Event>> m_events;
+  // Guarded by m_eventMutex.
+  enum class Notification : int64_t { Off = 0, On = 1, Once = 2 };
+  int64_t m_selectedEvent = 1;
+  std::map<int64_t, Notification> m_notifications;  // those that are not on
 };
 
 // The module behind a port or event source handle.

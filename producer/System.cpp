@@ -167,6 +167,7 @@ std::unique_ptr<FeatureTable> System::MakeFeatures(System& self) {
                  .Expert()
                  .Shown("IPV4Address")
                  .SelectedBy(selector));
+  AddEventControl(*table, system, {{"InterfaceListChanged", sk_eventInterfaceListChanged}});
   table->Finish();
   return table;
 }
@@ -199,12 +200,20 @@ PortIdentity System::Identity() const {
 
 bool System::UpdateInterfaceList() {
   std::vector<HostInterface> now = ListHostInterfaces();
+  std::vector<std::shared_ptr<Interface>> lost;
   {
     const std::lock_guard lock(m_mutex);
     if (now == m_interfaces) return false;
+    for (const auto& [id, interface] : m_open) {
+      const bool was =
+          std::ranges::find(m_interfaces, id, &HostInterface::id) != m_interfaces.end();
+      if (was && std::ranges::find(now, id, &HostInterface::id) == now.end())
+        lost.push_back(interface);
+    }
     m_interfaces = std::move(now);
     if (m_selected >= static_cast<int64_t>(m_interfaces.size())) m_selected = 0;
   }
+  for (const auto& interface : lost) interface->NoteLost();
   FireModule(sk_eventInterfaceListChanged);
   return true;
 }

@@ -53,15 +53,23 @@ TEST(Ownership, AccessStatusTellsWhoHoldsAClosedCamera) {
     interface->DeviceInfo("127.0.0.72", DEVICE_INFO_ACCESS_STATUS, InfoQuery(&type, &value, &size));
     return value;
   };
+  // The node map tells it too, in more words: open, controlled, exclusive, no access.
+  const auto mode = [&] { return OpenCamera::Node(*interface, "GevDeviceCurrentControlMode"); };
+  for (int64_t i = 0; OpenCamera::Node(*interface, "GevDeviceIPAddress") != Address(72); ++i)
+    OpenCamera::SetNode(*interface, "DeviceSelector", i);
   EXPECT_EQ(status(), DEVICE_ACCESS_STATUS_READWRITE);
+  EXPECT_EQ(mode(), 0);
   {
     Rival rival(Address(72));
+    rival.Control(Reg::sk_ccpControl);
+    EXPECT_EQ(mode(), 1);
     rival.Control(Reg::sk_ccpExclusive);
     EXPECT_EQ(status(), DEVICE_ACCESS_STATUS_BUSY);
     rival.Control(0);
   }
   simulated.Stop();
   EXPECT_EQ(status(), DEVICE_ACCESS_STATUS_NOACCESS);
+  EXPECT_EQ(mode(), 3);
   system->Close();
 }
 
@@ -159,6 +167,34 @@ TEST_F(Streaming, OldestFirstLosesNewFramesWhenNobodyReturnsBuffers) {
   EXPECT_EQ(camera->Next()->frame.blockId, first + 1);
   EXPECT_EQ(camera->Next()->frame.blockId, first + 2);
   EXPECT_EQ(camera->Next(0), nullptr);
+}
+
+TEST_F(Streaming, DiscardedFramesAreModuleEventsUnlessSwitchedOff) {
+  Open(1);
+  const auto event = camera->stream->RegisterEvent(EVENT_MODULE);
+  uint8_t entry[64];
+  const auto take = [&](uint64_t timeoutMs) {
+    size_t size = sizeof entry;
+    return CodeOf([&] { event->GetData(entry, &size, timeoutMs); });
+  };
+  Start();
+  ASSERT_EQ(take(3000), GC_ERR_SUCCESS);
+  EXPECT_EQ(GigEVision::LoadBe16(entry), 2);  // BuffersDiscarded
+  OpenCamera::SetNode(*camera->stream, "EventSelector", 2);
+  EXPECT_EQ(camera->StreamNode("EventNotification"), 1);
+  OpenCamera::SetNode(*camera->stream, "EventNotification", 0);
+  const auto loseAnother = [&] {
+    const int64_t lost = camera->StreamNode("StreamUnderrunFrameCount");
+    return Within(3s, [&] { return camera->StreamNode("StreamUnderrunFrameCount") > lost; });
+  };
+  EXPECT_TRUE(loseAnother());
+  event->Flush();
+  EXPECT_TRUE(loseAnother());
+  EXPECT_EQ(take(0), GC_ERR_TIMEOUT);
+  OpenCamera::SetNode(*camera->stream, "EventNotification", 2);  // once
+  EXPECT_EQ(take(3000), GC_ERR_SUCCESS);
+  EXPECT_EQ(camera->StreamNode("EventNotification"), 0);
+  EXPECT_EQ(take(0), GC_ERR_TIMEOUT);
 }
 
 TEST_F(Streaming, OverwriteKeepsTheNewestOfThePool) {

@@ -73,6 +73,17 @@ TEST(Discovery, ListedAddressesAreAskedDirectly) {
   EXPECT_EQ(found[0].serial, "SN-0815");
 }
 
+TEST(Discovery, TakesTheTimeItIsGivenWhereCamerasMayBeSlow) {
+  HostInterface host = Loopback();
+  const auto start = Clock::now();
+  Discover(host, {}, 2000ms);
+  EXPECT_LT(Clock::now() - start, 2000ms);  // those of this machine are not
+  host.loopback = false;
+  const auto again = Clock::now();
+  Discover(host, {}, 500ms);
+  EXPECT_GE(Clock::now() - again, 500ms);
+}
+
 TEST(Discovery, SpoiledAnswersAreNoCameras) {
   const std::pair<const char*, std::function<Bytes(Bytes)>> rows[] = {
       {"cut",
