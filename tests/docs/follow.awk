@@ -18,7 +18,7 @@ BEGIN {
 # Cameras that are started in the background are waited for, as a person does without noticing.
 inside && /^orvex sim[^&#]*&/ {
   sub(/&.*/, ">>sim.log 2>\\&1 \\&")
-  text = text $0 "\nuntil grep -q ready sim.log; do kill -0 $!; sleep 0.02; done\n: >sim.log\n"
+  text = text $0 "\nuntil grep -q ^ready sim.log; do kill -0 $!; sleep 0.02; done\n: >sim.log\n"
   next
 }
 inside { text = text $0 "\n" }

@@ -32,7 +32,7 @@ inside bash -c 'apt-get -o Dpkg::Use-Pty=0 install -y -qq --no-install-recommend
 inside bash -c 'ldconfig -p | grep -q "liborvex.so.0 "'
 inside test -f /usr/share/man/man1/orvex.1 -o -f /usr/share/man/man1/orvex.1.gz
 alone 'cd /try; orvex --version
-  orvex sim --serial BARE >sim.log & trap "kill $!" EXIT; until grep -q ready sim.log; do sleep 0.1; done
+  orvex sim --serial BARE >sim.log & trap "kill $!" EXIT; until grep -q "^ready" sim.log; do sleep 0.1; done
   orvex list; orvex grab BARE -o a.png; test -s a.png'
 
 say "building the program of README.md"
@@ -56,7 +56,7 @@ alone 'cd /try; cmake -S . -B build >/dev/null; cmake --build build >/dev/null
   g++ -std=c++17 -Wall -Wextra -Werror first.cpp -o plain $(pkg-config --cflags --libs orvex)
   g++ -std=c++17 nodes.cpp -o plain-nodes $(pkg-config --cflags --libs orvex-genapi)
   build/nodes; ./plain-nodes
-  orvex sim >sim.log & trap "kill $!" EXIT; until grep -q ready sim.log; do sleep 0.1; done
+  orvex sim >sim.log & trap "kill $!" EXIT; until grep -q "^ready" sim.log; do sleep 0.1; done
   for program in build/first ./plain; do rm -f picture.ppm; $program; test -s picture.ppm; done'
 
 say "following the pages"

@@ -50,7 +50,7 @@ camera() { # ADDRESS
   if [ -n "$sim" ]; then kill $sim && wait $sim || true; fi
   ip netns exec far orvex sim --address "$1" --serial FAR --width 320 --height 240 --frame-rate 50 >sim.log 2>&1 &
   sim=$!
-  until grep -q ready sim.log; do kill -0 $sim; sleep 0.02; done
+  until grep -q "^ready" sim.log; do kill -0 $sim; sleep 0.02; done
 }
 
 # This computer is set up badly: packets are small, the processors sleepy, the filter strict, the firewall closed.
