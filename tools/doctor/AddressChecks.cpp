@@ -230,12 +230,9 @@ std::vector<Outcome> CheckDuplicateIp(const Situation& situation) {
         add(cameras[i],
             fmt::format("{} and {} have one address", cameras[j].mac, Describe(cameras[i])));
     }
-    for (const HostLink& link : links) {
-      if (!link.loopback && IpText(link.ip) == cameras[i].ip)
-        add(cameras[i], fmt::format("{} has the address of this computer's {}",
-                                    Describe(cameras[i]), link.name));
-    }
   }
+  // A camera with an address of this computer is a virtual one on it: packets of any other would be
+  // dropped as forged. That another device has such an address shows when it is asked for.
   const Claims claims = ClaimsOf(situation);
   for (const CameraFacts& camera : cameras) {
     // A single answer is that of the camera, whose MAC address a virtual one makes up.
