@@ -550,6 +550,11 @@ const char* ContractStream(const char* address, unsigned payloadSize, unsigned s
   BUFFER_HANDLE buffer;
   for (int i = 0; i < 4; ++i) {
     EXPECT_OK(DSAllocAndAnnounceBuffer_(stream, payloadSize, NULL, &buffer));
+    void* base = NULL;
+    INFO_DATATYPE baseType;
+    size = sizeof base;
+    EXPECT_OK(DSGetBufferInfo_(stream, buffer, BUFFER_INFO_BASE, &baseType, &base, &size));
+    EXPECT(base != NULL);
     EXPECT_OK(DSQueueBuffer_(stream, buffer));
   }
   EXPECT_OK(DSStartAcquisition_(stream, ACQ_START_FLAGS_DEFAULT, 6));

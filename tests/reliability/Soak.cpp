@@ -111,7 +111,7 @@ class Worker {
       m_camera.Set(fault.feature, fault.value);
     }
     m_sentBefore = SentByCamera();
-    m_lostBefore = LostByStream();
+    m_lostBefore = StreamCount("StreamLostFrameCount");
     const bool callback = Below(3) == 0;
     const auto duration = std::chrono::milliseconds(100 + Below(1500));
     uint64_t delivered = 0, incomplete = 0;
@@ -154,11 +154,9 @@ class Worker {
 
   uint64_t SentByCamera() const { return std::stoull(m_camera.Get("SimFramesSent")); }
 
-  // Both counted since the camera was opened.
-  uint64_t LostByStream() const {
-    GenApi::INodeMap* pStream = m_pDevice->GetTLStreamNodeMap();
-    return static_cast<uint64_t>(Orvex::GetNodeValue<int64_t>(pStream, "StreamLostFrameCount") +
-                                 Orvex::GetNodeValue<int64_t>(pStream, "StreamMissedFrameCount"));
+  uint64_t StreamCount(const char* name) const {
+    return static_cast<uint64_t>(
+        Orvex::GetNodeValue<int64_t>(m_pDevice->GetTLStreamNodeMap(), name));
   }
 
   void Take(uint64_t& delivered, uint64_t& incomplete) {
@@ -175,7 +173,12 @@ class Worker {
   }
 
   uint64_t Sent() const { return SentByCamera() - m_sentBefore; }
-  uint64_t Lost() const { return LostByStream() - m_lostBefore; }
+  // Frames without a buffer are counted since the camera was opened, those of which nothing arrived
+  // since the start.
+  uint64_t Lost() const {
+    return StreamCount("StreamLostFrameCount") - m_lostBefore +
+           StreamCount("StreamMissedFrameCount");
+  }
   bool IsSettled(uint64_t delivered) const { return Sent() == delivered + Lost(); }
 
   // The camera has stopped and nothing more comes: what it sent is what arrived and what the stream
