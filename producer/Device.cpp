@@ -187,9 +187,15 @@ void Device::Close() {
     m_watchChanged.notify_all();
   }
   if (m_watch.joinable()) m_watch.join();
-  if (m_controls && m_connected) {
+  if (m_controls) {
     try {
-      m_channel->WriteRegister(Reg::sk_ccp, 0);
+      // A camera that seems lost may only have been slow: told once, it is free for the next to open
+      // it, where its heartbeat would keep it for seconds.
+      if (m_connected) {
+        m_channel->WriteRegister(Reg::sk_ccp, 0);
+      } else {
+        m_channel->WriteRegisterBriefly(Reg::sk_ccp, 0);
+      }
     } catch (const GcError&) {
       // The camera notices by its heartbeat.
     }
