@@ -74,6 +74,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     now += std::chrono::microseconds(uint32_t{data[at + 2]} * data[at + 2] * 16);
     assembler.OnTimer(now);
     const std::vector<uint8_t> packet(data + at + 3, data + at + 3 + length);
+    // All that is foreseen may be written to.
+    const Forecast forecast = assembler.Foresee();
+    std::fill_n(forecast.place, forecast.packets * forecast.dataBytes, uint8_t{0x5A});
     assembler.OnPacket(packet, now);
     at += 3 + length;
   }

@@ -236,7 +236,7 @@ void FrameAssembler::AskTail(Slot& slot, bool probe, Clock::time_point now) {
   slot.tail.last = count < whole || probe ? slot.next + count - 1 : sk_tailEnd;
   const uint32_t end = slot.extendedIds ? Gev::sk_toLastPacketExtended : Gev::sk_toLastPacket;
   Request(slot, slot.next, slot.tail.last == sk_tailEnd ? end : slot.tail.last, count);
-  slot.askedTwice = slot.askedTwice || slot.tail.underWay > 0;
+  slot.askedTwice = slot.askedTwice || slot.tail.asked != Clock::time_point();
   ++slot.tail.tries;
   slot.tail.asked = now;
   slot.tail.underWay += count;

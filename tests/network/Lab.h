@@ -32,7 +32,7 @@ class Child {
 
   int Pid() const { return m_pid; }
   // What the child tells; false when it ends instead.
-  bool Hear(void* target, size_t size, double seconds = 600);
+  bool Hear(void* target, size_t size, double seconds = 3600);
   // Processor time that it has used so far.
   double CpuSeconds() const;
   void End();

@@ -47,9 +47,9 @@ TEST_P(Faults, EveryFrameIsComplete) {
   const unsigned frames = 40;
   const Outcome outcome = RunFaultCase(GetParam(), frames);
   ExpectWhole(outcome, frames);
-  // What was asked for although it was on its way comes twice.
-  const double most = GetParam().needlessRequests * frames / 100;
-  if (most != 0) {
+  // What was asked for although it was on its way comes twice; a few are needed to learn from.
+  if (GetParam().needlessRequests != 0) {
+    const double most = 3 + GetParam().needlessRequests * frames / 100;
     EXPECT_LE(static_cast<double>(outcome.duplicates), most) << testing::PrintToString(outcome);
   }
 }
