@@ -10,10 +10,13 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
 
 #include "ImageFactory.h"
 #include "Orvex/Check.h"
@@ -26,6 +29,11 @@ struct SocketResources {
   int m_ListenSocket = -1;
   // In the order in which they were added.
   std::vector<sockaddr_in> m_DestinationAddrs;
+
+  // Receives that wait at the listening socket: it is closed when the last has left.
+  std::mutex m_mutex;
+  std::condition_variable m_left;
+  int m_receivers = 0;  // by m_mutex
 };
 
 namespace {
@@ -46,18 +54,23 @@ int OpenDatagramSocket() {
   return ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
 }
 
-// Ends waiting receives, then frees the descriptor.
 void CloseDescriptor(int& descriptor) {
-  std::atomic_ref<int> current(descriptor);
-  const int open = current.exchange(-1);
+  const int open = std::exchange(descriptor, -1);
   if (open < 0) return;
   ::shutdown(open, SHUT_RDWR);
   ::close(open);
 }
 
-int Load(int& descriptor) {
-  return std::atomic_ref<int>(descriptor).load();
+// Ends waiting receives, then frees the descriptor.
+void CloseListening(SocketResources& socket) {
+  std::unique_lock lock(socket.m_mutex);
+  const int open = std::exchange(socket.m_ListenSocket, -1);
+  if (open < 0) return;
+  ::shutdown(open, SHUT_RDWR);
+  socket.m_left.wait(lock, [&] { return socket.m_receivers == 0; });
+  ::close(open);
 }
+
 bool Load(bool& flag) {
   return std::atomic_ref<bool>(flag).load();
 }
@@ -67,12 +80,22 @@ ssize_t SendTo(int descriptor, const void* pData, size_t size, const sockaddr_in
                   sizeof address);
 }
 
-// One datagram; the real length of it, even when it is longer than the room.
-ssize_t Receive(int descriptor, void* pData, size_t room) {
+// One datagram from the listening socket; the real length of it, even when it is longer than the
+// room.
+ssize_t Receive(SocketResources& socket, void* pData, size_t room) {
+  std::unique_lock lock(socket.m_mutex);
+  const int listener = socket.m_ListenSocket;
+  ++socket.m_receivers;
+  lock.unlock();
   ssize_t count;
   do {
-    count = ::recvfrom(descriptor, pData, room, MSG_TRUNC, nullptr, nullptr);
+    count = ::recvfrom(listener, pData, room, MSG_TRUNC, nullptr, nullptr);
   } while (count < 0 && errno == EINTR);
+  const int error = errno;
+  lock.lock();
+  if (--socket.m_receivers == 0) socket.m_left.notify_all();
+  lock.unlock();
+  errno = error;
   return count;
 }
 
@@ -82,7 +105,7 @@ Socket::Socket() : m_pSocket(new SocketResources) {}
 
 Socket::~Socket() {
   CloseDescriptor(m_pSocket->m_SendSocket);
-  CloseDescriptor(m_pSocket->m_ListenSocket);
+  CloseListening(*m_pSocket);
   delete m_pSocket;
 }
 
@@ -142,7 +165,7 @@ void Socket::SendImage(IImage* pImage) {
 // ---- Receiving ---------------------------------------------------------------------------------
 
 void Socket::OpenListener(uint16_t port) {
-  CloseDescriptor(m_pSocket->m_ListenSocket);
+  CloseListening(*m_pSocket);
   const int listener = OpenDatagramSocket();
   CHECK_ARG(listener >= 0, RuntimeException, "Socket creation failed with error: " + ErrorText());
   // Beyond the system's limit where that is allowed, else up to it. Either may be refused: then
@@ -151,7 +174,10 @@ void Socket::OpenListener(uint16_t port) {
                    sizeof sk_receiveBuffer) != 0) {
     ::setsockopt(listener, SOL_SOCKET, SO_RCVBUF, &sk_receiveBuffer, sizeof sk_receiveBuffer);
   }
-  std::atomic_ref<int>(m_pSocket->m_ListenSocket).store(listener);
+  {
+    const std::lock_guard lock(m_pSocket->m_mutex);
+    m_pSocket->m_ListenSocket = listener;
+  }
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
@@ -163,19 +189,19 @@ void Socket::OpenListener(uint16_t port) {
 void Socket::CloseListener() {
   // First, so that a receive that ends because of it knows why.
   std::atomic_ref<bool>(m_listenerClosed).store(true);
-  CloseDescriptor(m_pSocket->m_ListenSocket);
+  CloseListening(*m_pSocket);
 }
 
 std::string Socket::ReceiveMessage() {
   std::array<char, sk_maxMessage> message;
-  const ssize_t count = Receive(Load(m_pSocket->m_ListenSocket), message.data(), message.size());
+  const ssize_t count = Receive(*m_pSocket, message.data(), message.size());
   CHECK_ARG(count >= 0, RuntimeException, "Error receiving from client: " + ErrorText());
   return std::string(message.data(), std::min(static_cast<size_t>(count), message.size()));
 }
 
 IImage* Socket::ReceiveImage() {
   std::array<uint32_t, 3> metadata;
-  ssize_t count = Receive(Load(m_pSocket->m_ListenSocket), metadata.data(), sizeof metadata);
+  ssize_t count = Receive(*m_pSocket, metadata.data(), sizeof metadata);
   // A closed listener ends the receive with an error or with nothing, as the system likes.
   if (count <= 0 && Load(m_listenerClosed)) return nullptr;
   CHECK_ARG(count >= 0, RuntimeException, "Error receiving from client: " + ErrorText());
@@ -186,7 +212,7 @@ IImage* Socket::ReceiveImage() {
   }
 
   uint64_t pixelFormat = 0;
-  count = Receive(Load(m_pSocket->m_ListenSocket), &pixelFormat, sizeof pixelFormat);
+  count = Receive(*m_pSocket, &pixelFormat, sizeof pixelFormat);
   if (count < 1) return nullptr;
 
   const size_t size = metadata[2];
@@ -195,7 +221,7 @@ IImage* Socket::ReceiveImage() {
   size_t received = 0;
   std::array<uint8_t, sk_maxDatagram> datagram;
   while (received < size) {
-    count = Receive(Load(m_pSocket->m_ListenSocket), datagram.data(), datagram.size());
+    count = Receive(*m_pSocket, datagram.data(), datagram.size());
     if (count < 0) {
       if (Load(m_listenerClosed)) return nullptr;
       THROW_PLAIN(RuntimeException, "Receive failed: " + ErrorText());
