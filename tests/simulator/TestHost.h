@@ -173,6 +173,7 @@ class Host {
   void TakeControl() { ASSERT_EQ(Write(B::sk_ccp, B::sk_ccpControl), Status::Success); }
   void OpenStream(uint32_t packetSize = 1500) {
     using S = B::Stream;
+    Write(B::sk_heartbeatTimeout, 20000);  // no thread keeps the connection alive
     ASSERT_EQ(Write(B::StreamRegister(S::Scda), sk_loopback), Status::Success);
     ASSERT_EQ(Write(B::StreamRegister(S::Scp), stream.Port()), Status::Success);
     ASSERT_EQ(Write(B::StreamRegister(S::Scps), packetSize), Status::Success);
