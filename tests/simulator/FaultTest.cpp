@@ -220,7 +220,7 @@ TEST(Faults, SlowRegistersHoldBackNothingElse) {
   const Bytes again = faulty.host.control.Receive(200);
   ASSERT_EQ(again.size(), 12u);
   EXPECT_EQ(Bytes(again.begin(), again.begin() + 8), Hex("0000 0089 0004 7001"));
-  EXPECT_EQ(faulty.host.control.Receive(500), Hex("0000 0081 0004 7001 00000BB8"));
+  EXPECT_EQ(faulty.host.control.Receive(500), Hex("0000 0081 0004 7001 00004E20"));
   EXPECT_TRUE(faulty.host.control.Receive(50).empty()) << "one answer";
 }
 
