@@ -299,10 +299,12 @@ TEST_F(CommandLine, PicturesGoFromOneProcessToAnother) {
   EXPECT_EQ(receiver.Wait(Seconds(1)), 0) << receiver.Err();
   EXPECT_EQ(Content(m_folder / "b.png"), Content(m_folder / "small.png"));
 
+#ifndef __SANITIZE_THREAD__  // it holds signals back while their thread waits in recvfrom
   Process waiting(OrvexProgram(), {"receive", "--port", "39562"}, m_folder);
   EXPECT_EQ(waiting.Wait(Seconds(1)), -1);
   waiting.Signal(SIGINT);
   EXPECT_EQ(waiting.Wait(Seconds(5)), 1) << "Ctrl-C ends a wait without limit";
+#endif
 }
 
 TEST_F(CommandLine, ChunksComeWithTheirFrameAndTheCameraIsLeftAsItWas) {
