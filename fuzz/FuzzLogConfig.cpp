@@ -15,10 +15,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t size) {
   static const fs::path folder = [] {
     fs::path path = fs::temp_directory_path() / ("orvex-fuzz-log-" + std::to_string(::getpid()));
     fs::create_directories(path);
-    fs::current_path(path);
     std::cout.rdbuf(nullptr);  // the console is one of the sinks
     return path;
   }();
+  // Only for now: the corpus may be named by a relative path.
+  const fs::path before = fs::current_path();
+  fs::current_path(folder);
   std::ofstream("tavik_log.conf", std::ios::binary)
       .write(reinterpret_cast<const char*>(pData), static_cast<std::streamsize>(size));
   {
@@ -27,5 +29,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t size) {
   }
   // The files of the sinks.
   for (const auto& entry : fs::directory_iterator(folder)) fs::remove(entry.path());
+  fs::current_path(before);
   return 0;
 }
