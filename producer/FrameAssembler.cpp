@@ -57,11 +57,10 @@ FrameAssembler::Slot* FrameAssembler::FindSlot(uint64_t blockId) {
   return nullptr;
 }
 
-int64_t FrameAssembler::Ahead(uint64_t blockId, bool extendedIds) const {
-  if (extendedIds) return static_cast<int64_t>(blockId - m_newest);
+int64_t FrameAssembler::Distance(uint64_t from, uint64_t blockId, bool extendedIds) {
+  if (extendedIds) return static_cast<int64_t>(blockId - from);
   // 65535 ids, 0 is left out.
-  int64_t distance =
-      static_cast<int64_t>(blockId & 0xFFFF) - static_cast<int64_t>(m_newest & 0xFFFF);
+  int64_t distance = static_cast<int64_t>(blockId & 0xFFFF) - static_cast<int64_t>(from & 0xFFFF);
   if (distance > 32767) distance -= 65535;
   if (distance < -32767) distance += 65535;
   return distance;
@@ -71,17 +70,18 @@ bool FrameAssembler::WasDropped(uint64_t blockId) const {
   return std::ranges::find(m_dropped, blockId) != m_dropped.end();
 }
 
-// A camera that starts anew counts from 1 again; its leader is younger than the newest although its
-// id is older.
+// A camera that starts anew counts from 1 again; its leader is younger than one of the same id or a
+// later one. Of a frame whose own leader never came that cannot be told.
 bool FrameAssembler::NoteRestart(const Gev::PacketHeader& header, std::span<const uint8_t> content,
                                  Clock::time_point now) {
   const int64_t ahead = Ahead(header.blockId, header.extendedIds);
-  bool restart =
-      ahead < -sk_restartDistance || (m_count == 0 && now - m_lastPacket > sk_restartPause);
+  bool restart = ahead < -sk_restartDistance ||
+                 (ahead < 0 && m_count == 0 && now - m_lastPacket > sk_restartPause);
   if (!restart &&
       (header.format == Gev::PacketFormat::Leader || header.format == Gev::PacketFormat::AllIn)) {
     const auto leader = Gev::DecodeLeader(content);
-    restart = leader && leader->timestamp > m_newestTimestamp && m_newestTimestamp != 0;
+    restart = leader && leader->timestamp > m_newestTimestamp && m_newestTimestamp != 0 &&
+              Distance(m_newestLeader, header.blockId, header.extendedIds) <= 0;
   }
   if (!restart) return false;
   Abort();
@@ -246,7 +246,10 @@ void FrameAssembler::OnLeader(Slot& slot, const Gev::PacketHeader& header,
 void FrameAssembler::ApplyLeader(Slot& slot, const Gev::Leader& leader) {
   slot.expected = TakeLeader(slot.info, leader);
   if (slot.placedByGuess && !SamePlaces(slot.info, m_lastGeometry)) slot.overrun = true;
-  m_newestTimestamp = std::max(m_newestTimestamp, leader.timestamp);
+  if (leader.timestamp >= m_newestTimestamp) {
+    m_newestTimestamp = leader.timestamp;
+    m_newestLeader = slot.id;
+  }
   m_lastGeometry = slot.info;
 }
 

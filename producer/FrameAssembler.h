@@ -101,7 +101,10 @@ class FrameAssembler final : public PacketHandler {
   bool NoteRestart(const GigEVision::PacketHeader& header, std::span<const uint8_t> content,
                    Clock::time_point now);
   // Ids after the newest one: positive when newer, with the wrap of 16-bit ids.
-  int64_t Ahead(uint64_t blockId, bool extendedIds) const;
+  static int64_t Distance(uint64_t from, uint64_t blockId, bool extendedIds);
+  int64_t Ahead(uint64_t blockId, bool extendedIds) const {
+    return Distance(m_newest, blockId, extendedIds);
+  }
   bool WasDropped(uint64_t blockId) const;
   // A packet came that nobody would have had to ask for: its original was only late, or the answer
   // was.
@@ -157,7 +160,8 @@ class FrameAssembler final : public PacketHandler {
   bool m_seenAny = false;
   bool m_draining = false;
   Clock::time_point m_lastPacket{};
-  uint64_t m_newestTimestamp = 0;
+  uint64_t m_newestTimestamp = 0;  // of the leaders that came
+  uint64_t m_newestLeader = 0;     // its block
   std::array<uint64_t, sk_maxActiveFrames> m_dropped{};
   size_t m_nextDropped = 0;
   // Frames that ended not long ago and for which packets were asked again.

@@ -422,6 +422,20 @@ TEST_F(Assembler, FollowsACameraThatStartsCountingAnew) {
   ExpectWhole(delivered[2], 1);
 }
 
+TEST_F(Assembler, ALeaderThatComesAfterItsFrameWasGivenUpBeginsNothing) {
+  Build();
+  SendFrame(1);
+  SendFrame(2, {0});
+  Pass(3s);
+  ASSERT_EQ(delivered.size(), 2u);
+  SendLeader(2);  // younger than every leader before
+  EXPECT_EQ(Statistics().latePackets, 1u);
+  SendFrame(3);
+  Pass(3s);
+  ASSERT_EQ(delivered.size(), 3u);
+  ExpectWhole(delivered[2], 3);
+}
+
 TEST_F(Assembler, CutsWhatDoesNotFitTheBufferAndSaysSo) {
   bufferSize = 3 * sk_data + 10;
   Build();
