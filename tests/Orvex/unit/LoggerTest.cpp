@@ -146,7 +146,7 @@ TEST_F(Logging, WritesItsOwnRecordsWhereAnotherProcessHasThePort) {
 TEST_F(Logging, WritesTheLastWordsOfAProcessThatClosesNothing) {
   Configure(false, true, true);
   const auto speakAndEnd = [] {
-    static const ALogger* volatile s_pLogger;
+    [[maybe_unused]] static const ALogger* volatile s_pLogger;
     s_pLogger = new ALogger;  // never destroyed, never lost to the leak checker either
     for (int i = 0; i < 500; ++i) ALogger::Info("word " + std::to_string(i) + ".");
     std::exit(3);
