@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t size) {
     std::cout.rdbuf(nullptr);  // the console is one of the sinks
     return path;
   }();
-  // Only for now: the corpus may be named by a relative path.
+  // During this call alone: the corpus may be named by a relative path.
   const fs::path before = fs::current_path();
   fs::current_path(folder);
   std::ofstream("tavik_log.conf", std::ios::binary)

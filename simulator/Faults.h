@@ -1,8 +1,8 @@
 #pragma once
 // SPDX-License-Identifier: Apache-2.0
 // Faults on request: what the network or a bad camera does to packets. The settings are features of
-// the category SimulatorControl, copied under the camera's lock. What happens to a frame's packets
-// follows from the seed and the block id alone, so a run can be repeated.
+// the category SimulatorControl, copied under the camera's lock. What a frame's packets meet
+// depends on the seed and the block alone, so that a run can be repeated.
 
 #include <array>
 #include <cstdint>
